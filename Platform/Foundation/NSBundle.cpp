@@ -1,0 +1,19 @@
+#include "Platform/Foundation/NSBundle.h"
+
+#include <utility>
+
+#include <fmt/format.h>
+
+namespace orvane {
+
+NSBundle::NSBundle(NSFileManager& fileManager, std::filesystem::path resources)
+    : fileManager_(fileManager), resources_(std::move(resources)) {}
+
+std::optional<std::filesystem::path> NSBundle::pathForResource(std::string_view name,
+                                                               std::string_view extension) const {
+  auto path = resources_ / fmt::format("{}.{}", name, extension);
+  if (!fileManager_.fileExists(path)) return std::nullopt;
+  return path;
+}
+
+}  // namespace orvane
