@@ -1,0 +1,20 @@
+#pragma once
+
+#include "Platform/Foundation/LineOutput.h"
+
+namespace orvane {
+
+/// Lines to an open file. Each goes out with its line ending in one write, so that lines of several
+/// threads, and of several processes that append to one file, never mix.
+class DescriptorOutput final : public LineOutput {
+ public:
+  /// `descriptor` stays open for as long as the output is used, and is not closed by it.
+  explicit DescriptorOutput(int descriptor) : descriptor_(descriptor) {}
+
+  void print(std::string_view line) override;
+
+ private:
+  int descriptor_;
+};
+
+}  // namespace orvane
