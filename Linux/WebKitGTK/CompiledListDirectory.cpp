@@ -1,0 +1,101 @@
+#include "Linux/WebKitGTK/CompiledListDirectory.h"
+
+#include <cerrno>
+#include <utility>
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <xxhash.h>
+
+#include "Linux/Posix/PosixError.h"
+
+namespace orvane {
+namespace {
+
+constexpr std::string_view formatLine = "orvane compiled list 1\n";
+
+std::string hash(std::string_view bytes) {
+  const XXH128_hash_t value = XXH3_128bits(bytes.data(), bytes.size());
+  return fmt::format("{:016x}{:016x}", value.high64, value.low64);
+}
+
+/// Takes the line "KEY VALUE\n" from the front of `text`.
+std::optional<std::string> takeLine(std::string_view& text, std::string_view key) {
+  if (!text.starts_with(key) || text.substr(key.size(), 1) != " ") return std::nullopt;
+  text.remove_prefix(key.size() + 1);
+  const auto end = text.find('\n');
+  if (end == std::string_view::npos) return std::nullopt;
+  std::string value(text.substr(0, end));
+  text.remove_prefix(end + 1);
+  return value;
+}
+
+bool isListName(std::string_view name) {
+  return name.size() == 32 && name.find_first_not_of("0123456789abcdef") == std::string_view::npos;
+}
+
+}  // namespace
+
+CompiledListDirectory::CompiledListDirectory(FileSystem& fileSystem, std::filesystem::path path)
+    : fileSystem_(fileSystem), path_(std::move(path)) {}
+
+std::string CompiledListDirectory::nameFor(std::string_view json) { return hash(json); }
+
+Expected<void> CompiledListDirectory::create() { return fileSystem_.createDirectories(path_); }
+
+std::filesystem::path CompiledListDirectory::folderOf(const std::string& name) const {
+  return path_ / name;
+}
+
+std::optional<CompiledList> CompiledListDirectory::current() {
+  const auto contents = fileSystem_.read(path_ / currentFileName);
+  if (!contents || !contents->starts_with(formatLine)) return std::nullopt;
+  std::string_view text = std::string_view(*contents).substr(formatLine.size());
+  auto name = takeLine(text, "list");
+  auto checksum = takeLine(text, "checksum");
+  auto compiler = takeLine(text, "compiler");
+  if (!name || !isListName(*name) || !checksum || !compiler) return std::nullopt;
+  return CompiledList{std::move(*name), std::move(*checksum), std::move(*compiler)};
+}
+
+Expected<void> CompiledListDirectory::setCurrent(const CompiledList& list) {
+  const auto text = fmt::format("{}list {}\nchecksum {}\ncompiler {}\n", formatLine, list.name,
+                                list.checksum, list.compiler);
+  return fileSystem_.replace(path_ / currentFileName, text, std::nullopt);
+}
+
+std::optional<std::string> CompiledListDirectory::checksumOf(const std::string& name) {
+  std::error_code error;
+  const std::filesystem::directory_iterator files(folderOf(name), error);
+  if (error || files == std::filesystem::directory_iterator()) return std::nullopt;
+  const auto contents = fileSystem_.read(files->path());
+  if (!contents) return std::nullopt;
+  return hash(*contents);
+}
+
+void CompiledListDirectory::remove(const std::string& name) {
+  std::error_code ignored;  // What cannot be removed now is tried again after the next compile.
+  std::filesystem::remove_all(folderOf(name), ignored);
+}
+
+void CompiledListDirectory::removeAllBut(const std::string& current, const std::string& previous) {
+  std::error_code error;
+  for (const auto& entry : std::filesystem::directory_iterator(path_, error)) {
+    const std::string name = entry.path().filename();
+    if (isListName(name) && name != current && name != previous) remove(name);
+  }
+}
+
+Expected<FileDescriptor> CompiledListDirectory::lock() {
+  const auto file = path_ / "lock";
+  FileDescriptor opened(::open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR));
+  if (!opened) return tl::unexpected(posixError("open", file));
+  while (::flock(opened.get(), LOCK_EX) != 0) {
+    if (errno != EINTR) return tl::unexpected(posixError("lock", file));
+  }
+  return opened;
+}
+
+}  // namespace orvane

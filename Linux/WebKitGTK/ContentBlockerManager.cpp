@@ -1,0 +1,100 @@
+#include "Linux/WebKitGTK/ContentBlockerManager.h"
+
+#include <optional>
+#include <utility>
+
+#include <gio/gio.h>
+
+namespace orvane {
+namespace {
+
+/// Calls `work` from the main loop, unless `lifetime` has ended by then.
+void later(const std::shared_ptr<void>& lifetime, std::function<void()> work) {
+  struct Task {
+    std::weak_ptr<void> lifetime;
+    std::function<void()> work;
+  };
+  const auto run = [](gpointer data) -> gboolean {
+    auto& task = *static_cast<Task*>(data);
+    if (!task.lifetime.expired()) task.work();
+    return G_SOURCE_REMOVE;
+  };
+  g_idle_add_full(G_PRIORITY_DEFAULT, run, new Task{lifetime, std::move(work)},
+                  [](gpointer data) { delete static_cast<Task*>(data); });
+}
+
+NSError taken(GError* error) {
+  NSError result{g_quark_to_string(error->domain), error->code, error->message};
+  g_error_free(error);
+  return result;
+}
+
+struct Compilation {
+  std::weak_ptr<void> lifetime;
+  SFContentBlockerManager::ReloadCompletion completion;
+};
+
+std::string withoutLineEnding(std::string text) {
+  while (text.ends_with('\n')) text.pop_back();
+  return text;
+}
+
+/// What the helper's end says: nothing when it succeeded.
+std::optional<NSError> outcome(GSubprocess* helper, const char* diagnostics) {
+  if (g_subprocess_get_if_exited(helper) && g_subprocess_get_exit_status(helper) == 0) {
+    return std::nullopt;
+  }
+  std::string reason = withoutLineEnding(diagnostics == nullptr ? "" : diagnostics);
+  if (reason.empty()) reason = "The compiler of blocker lists ended without a word.";
+  return NSError{"WebKitUserContentFilterError", 0, std::move(reason)};
+}
+
+void helperEnded(GObject* object, GAsyncResult* result, gpointer data) {
+  const std::unique_ptr<Compilation> compilation(static_cast<Compilation*>(data));
+  auto* helper = G_SUBPROCESS(object);
+  GError* error = nullptr;
+  gchar* diagnostics = nullptr;
+  g_subprocess_communicate_utf8_finish(helper, result, nullptr, &diagnostics, &error);
+  const auto failure = error != nullptr ? taken(error) : outcome(helper, diagnostics);
+  g_free(diagnostics);
+  if (!compilation->lifetime.expired()) compilation->completion(failure);
+}
+
+}  // namespace
+
+ContentBlockerManager::ContentBlockerManager(BrowserSettings settings, Locations locations)
+    : settings_(std::move(settings)),
+      locations_(std::move(locations)),
+      lifetime_(std::make_shared<char>()) {}
+
+ContentBlockerManager::~ContentBlockerManager() = default;
+
+void ContentBlockerManager::getStateOfContentBlocker(std::string_view identifier,
+                                                     StateCompletion completion) {
+  const auto enabled = settings_.isContentBlockerEnabled(identifier);
+  later(lifetime_, [enabled, completion = std::move(completion)] {
+    if (enabled) {
+      completion(SFContentBlockerState{.isEnabled = *enabled}, std::nullopt);
+    } else {
+      completion(std::nullopt, enabled.error());
+    }
+  });
+}
+
+void ContentBlockerManager::reloadContentBlocker(std::string_view /*identifier*/,
+                                                 ReloadCompletion completion) {
+  GError* error = nullptr;
+  GSubprocess* helper =
+      g_subprocess_new(G_SUBPROCESS_FLAGS_STDERR_PIPE, &error, locations_.helper.c_str(),
+                       locations_.blockerList.c_str(), locations_.compiledLists.c_str(), nullptr);
+  if (helper == nullptr) {
+    later(lifetime_,
+          [failure = taken(error), completion = std::move(completion)] { completion(failure); });
+    return;
+  }
+  g_subprocess_communicate_utf8_async(helper, nullptr, nullptr, helperEnded,
+                                      new Compilation{lifetime_, std::move(completion)});
+  g_object_unref(helper);
+}
+
+}  // namespace orvane
