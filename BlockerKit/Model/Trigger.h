@@ -17,11 +17,11 @@ struct Trigger {
   std::string urlFilter;
   bool caseSensitive = false;
   /// Absent means all types; a present empty list is a value of its own.
-  std::optional<std::vector<ResourceType>> resourceTypes;
+  std::optional<std::vector<ResourceType>> resourceTypes = std::nullopt;
   /// Absent means both.
-  std::optional<std::vector<LoadType>> loadType;
+  std::optional<std::vector<LoadType>> loadType = std::nullopt;
   /// Absent means every site.
-  std::optional<DomainFilter> domainFilter;
+  std::optional<DomainFilter> domainFilter = std::nullopt;
 
   friend bool operator==(const Trigger&, const Trigger&) = default;
 };
