@@ -1,0 +1,22 @@
+#include "Linux/GLib/SystemLog.h"
+
+#define G_LOG_USE_STRUCTURED
+#include <glib.h>
+#include <unistd.h>
+
+#include "Linux/Posix/DescriptorOutput.h"
+
+namespace orvane {
+
+void SystemLog::print(std::string_view line) {
+  const GLogField fields[] = {
+      {"MESSAGE", line.data(), static_cast<gssize>(line.size())},
+      {"PRIORITY", "6", -1},
+      {"SYSLOG_IDENTIFIER", "orvane", -1},
+  };
+  const auto written =
+      g_log_writer_journald(G_LOG_LEVEL_INFO, fields, G_N_ELEMENTS(fields), nullptr);
+  if (written == G_LOG_WRITER_UNHANDLED) DescriptorOutput(STDERR_FILENO).print(line);
+}
+
+}  // namespace orvane
