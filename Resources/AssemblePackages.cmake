@@ -1,0 +1,10 @@
+# Writes the JSON list of the packages in SOURCES to OUTPUT.
+set(separator "[")
+file(WRITE ${OUTPUT}.new "")
+foreach(source IN LISTS SOURCES)
+  file(READ ${source} package)
+  file(APPEND ${OUTPUT}.new "${separator}${package}")
+  set(separator ",")
+endforeach()
+file(APPEND ${OUTPUT}.new "]\n")
+file(RENAME ${OUTPUT}.new ${OUTPUT})
