@@ -17,7 +17,7 @@ struct FileAttributes {
   bool isDirectory = false;
   /// In bytes.
   std::uint64_t size = 0;
-  std::optional<FileDate> modificationDate;
+  std::optional<FileDate> modificationDate = std::nullopt;
 };
 
 /// Files as the machine keeps them. Every operation blocks and may be called on any thread; errors

@@ -1,0 +1,131 @@
+#include "Apps/Companion/RebuildCommand.h"
+
+#include <algorithm>
+#include <optional>
+#include <vector>
+
+#include <fmt/format.h>
+#include <glib.h>
+#include <unistd.h>
+
+#include "BlockerKit/Catalogue/EnabledBlockers.h"
+#include "BlockerKit/Support/Stopwatch.h"
+#include "Linux/WebKitGTK/ContentBlockerManager.h"
+#include "Process/Process.h"
+
+namespace orvane {
+namespace {
+
+constexpr const char* contentBlockerIdentifier = "com.tessaly.BlockerMac.BlockerMacExtension";
+constexpr std::size_t mostBlockers = 150'000;
+
+/// What is going on, for somebody who waits at a terminal.
+class Progress {
+ public:
+  void show(std::string_view step) const {
+    if (isTerminal_) fmt::print(stderr, "\r\033[K{}…", step);
+  }
+  void clear() const {
+    if (isTerminal_) fmt::print(stderr, "\r\033[K");
+  }
+
+ private:
+  bool isTerminal_ = ::isatty(STDERR_FILENO) == 1;
+};
+
+int failed(const std::string& reason) {
+  fmt::print(stderr, "orvane: {}\n", reason);
+  return 1;
+}
+
+ContentBlockerManager makeBrowser(const LinuxPlatform& machine, PersistentStore& store) {
+  const auto list = store.pathToSafariJSON();
+  return {BrowserSettings(machine.directories().config.value_or("") / "orvane" / "browser.ini"),
+          {.helper = LinuxPlatform::programFolder() / "orvane-compile",
+           .blockerList = list,
+           .compiledLists = list.parent_path() / "CompiledLists"}};
+}
+
+/// Asks the browser and waits for its answer.
+std::optional<NSError> reload(SFContentBlockerManager& browser) {
+  bool answered = false;
+  std::optional<NSError> failure;
+  browser.reloadContentBlocker(contentBlockerIdentifier, [&](std::optional<NSError> error) {
+    failure = std::move(error);
+    answered = true;
+  });
+  while (!answered) g_main_context_iteration(nullptr, TRUE);
+  return failure;
+}
+
+/// Why the list that the browser has may not be what it enforces; empty when it is.
+std::string reservation(SFContentBlockerManager& browser) {
+  std::optional<std::string> answer;
+  browser.getStateOfContentBlocker(
+      contentBlockerIdentifier,
+      [&](std::optional<SFContentBlockerState> state, const std::optional<NSError>& error) {
+        if (!state) {
+          answer = "The browser's settings cannot be read: " + error->localizedDescription;
+        } else {
+          answer = state->isEnabled
+                       ? ""
+                       : "The content blocker is switched off in the browser's settings.";
+        }
+      });
+  while (!answer) g_main_context_iteration(nullptr, TRUE);
+  return *answer;
+}
+
+bool hasPreinstalledPackage(const std::vector<Package>& catalogue) {
+  return std::any_of(catalogue.begin(), catalogue.end(), [](const Package& package) {
+    return package.type() != PackageType::CustomPackages && !package.rules.empty();
+  });
+}
+
+}  // namespace
+
+int runRebuildCommand(LinuxPlatform& machine) {
+  Process process(machine.platform());
+  auto& store = process.store();
+  const Progress progress;
+  Stopwatch stopwatch;
+  stopwatch.start();
+
+  progress.show("Reading the packages");
+  store.settleIdentifiers();
+  const auto catalogue = store.readAllPackages();
+  if (!hasPreinstalledPackage(catalogue)) {
+    return failed("The pre-installed packages cannot be found; the blocker list stays as it is.");
+  }
+  const auto blockers = enabledBlockers(catalogue, {}, {});
+  if (blockers.size() > mostBlockers) {
+    return failed(fmt::format("There are {} rules, and the browser takes {} at the most.",
+                              blockers.size(), mostBlockers));
+  }
+
+  progress.show("Writing the blocker list");
+  const bool written = blockers.empty() ? store.writeBlockersToSafariJSONFile(std::nullopt)
+                                        : store.writeBlockersToSafariJSONFile(blockers);
+  if (!written) {
+    progress.clear();
+    return failed(
+        fmt::format("The blocker list '{}' cannot be written.", store.pathToSafariJSON().string()));
+  }
+
+  progress.show("Compiling it for the browser");
+  auto browser = makeBrowser(machine, store);
+  const auto failure = reload(browser);
+  progress.clear();
+  if (failure) {
+    return failed(
+        fmt::format("The browser did not take the list: {}\nThe last good list stays in force.",
+                    failure->localizedDescription));
+  }
+  stopwatch.stop();
+  fmt::print("The browser has the new list: {} rules from {} packages ({:.1f} s).\n",
+             blockers.size(), catalogue.size(), stopwatch.elapsed());
+  if (const auto notice = reservation(browser); !notice.empty()) fmt::print("{}\n", notice);
+  return 0;
+}
+
+}  // namespace orvane
