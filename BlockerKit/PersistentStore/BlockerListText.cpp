@@ -57,9 +57,9 @@ std::optional<std::vector<Range>> arrayElements(std::string_view text, std::size
   while (at < text.size()) {
     const Range element{at, endOfJSONValue(text, at)};
     if (element.end >= text.size()) return std::nullopt;
+    if (text[element.end] != ',' && text[element.end] != ']') return std::nullopt;
     elements.push_back(element);
     if (last(element) || text[element.end] == ']') return elements;
-    if (text[element.end] != ',') return std::nullopt;
     at = element.end + 1;
   }
   return std::nullopt;
