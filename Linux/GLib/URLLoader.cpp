@@ -36,6 +36,10 @@ class Fetch {
     // What was cancelled still reports back, and must find this object.
     while (pending_ > 0) g_main_context_iteration(context.get(), TRUE);
     g_source_destroy(clock_.get());
+    // A stream and its session must end while the context that they belong to is the current one.
+    stream_.reset();
+    message_.reset();
+    session_.reset();
     g_main_context_pop_thread_default(context.get());
     if (failure_) return tl::unexpected(failed(*failure_));
     return std::move(content_);
@@ -85,7 +89,7 @@ class Fetch {
     if (error != nullptr) return finish(error);
     const std::string_view scheme = g_uri_get_scheme(uri.get());
     if (scheme == "file") return startFile();
-    if (scheme == "http" || scheme == "https") return startHTTP(uri.get());
+    if (scheme == "http" || scheme == "https") return startHTTP();
     finish(fmt::format("the scheme '{}' is not supported", scheme));
   }
 
@@ -102,9 +106,10 @@ class Fetch {
     read(G_INPUT_STREAM(stream));
   }
 
-  void startHTTP(GUri* uri) {
+  void startHTTP() {
     session_.reset(soup_session_new());
-    message_.reset(soup_message_new_from_uri("GET", uri));
+    message_.reset(soup_message_new("GET", url_.c_str()));
+    if (!message_) return finish(std::string("it names no host"));
     ++pending_;
     soup_session_send_async(session_.get(), message_.get(), G_PRIORITY_DEFAULT, cancellable_.get(),
                             forward<&Fetch::responseArrived>, this);

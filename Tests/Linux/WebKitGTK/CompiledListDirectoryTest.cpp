@@ -1,0 +1,80 @@
+#include <fstream>
+
+#include <gtest/gtest.h>
+
+#include "Linux/Posix/PosixFileSystem.h"
+#include "Linux/WebKitGTK/CompiledListDirectory.h"
+#include "Tests/Support/TemporaryDirectory.h"
+
+namespace orvane::test {
+namespace {
+
+class CompiledLists : public ::testing::Test {
+ protected:
+  CompiledLists() { EXPECT_TRUE(directory.create()); }
+
+  void putCurrent(const std::string& text) { std::ofstream(folder / "lists/current") << text; }
+  void putList(const std::string& name, const std::string& bytes) {
+    std::filesystem::create_directories(directory.folderOf(name));
+    std::ofstream(directory.folderOf(name) / "compiled") << bytes;
+  }
+
+  TemporaryDirectory folder;
+  PosixFileSystem files;
+  CompiledListDirectory directory{files, folder / "lists"};
+  const std::string a = CompiledListDirectory::nameFor("a");
+  const std::string b = CompiledListDirectory::nameFor("b");
+  const std::string c = CompiledListDirectory::nameFor("c");
+};
+
+TEST_F(CompiledLists, nameIsAHashOfTheSource) {
+  EXPECT_EQ(a.size(), 32U);
+  EXPECT_EQ(a, CompiledListDirectory::nameFor("a"));
+  EXPECT_NE(a, b);
+}
+
+TEST_F(CompiledLists, noneIsCurrentAtFirst) { EXPECT_EQ(directory.current(), std::nullopt); }
+
+TEST_F(CompiledLists, currentListIsKept) {
+  const CompiledList list{a, "0123", "2.50.6"};
+  ASSERT_TRUE(directory.setCurrent(list));
+  EXPECT_EQ(directory.current(), list);
+  EXPECT_EQ(files.read(folder / "lists/current"),
+            "orvane compiled list 1\nlist " + a + "\nchecksum 0123\ncompiler 2.50.6\n");
+}
+
+TEST_F(CompiledLists, fileThatMakesNoSenseNamesNoList) {
+  const auto whole = "orvane compiled list 1\nlist " + a + "\nchecksum 0123\ncompiler 2.50.6\n";
+  for (std::size_t length = 0; length < whole.size(); ++length) {
+    putCurrent(whole.substr(0, length));
+    EXPECT_EQ(directory.current(), std::nullopt) << length;
+  }
+  putCurrent("orvane compiled list 1\nlist ../../../etc\nchecksum 0\ncompiler 1\n");
+  EXPECT_EQ(directory.current(), std::nullopt);
+  putCurrent("orvane compiled list 2" + whole.substr(22));
+  EXPECT_EQ(directory.current(), std::nullopt);
+}
+
+TEST_F(CompiledLists, checksumIsThatOfTheCompiledFile) {
+  EXPECT_EQ(directory.checksumOf(a), std::nullopt);
+  putList(a, "bytes");
+  const auto checksum = directory.checksumOf(a);
+  ASSERT_TRUE(checksum);
+  putList(a, "bytez");
+  EXPECT_NE(directory.checksumOf(a), checksum);
+}
+
+TEST_F(CompiledLists, removalSparesTheTwoNamedOnesAndWhateverIsNoList) {
+  for (const auto& name : {a, b, c}) putList(name, "bytes");
+  ASSERT_TRUE(directory.setCurrent({a, "0", "1"}));
+  std::filesystem::create_directory(folder / "lists/mine");
+  directory.removeAllBut(a, b);
+  EXPECT_TRUE(directory.checksumOf(a));
+  EXPECT_TRUE(directory.checksumOf(b));
+  EXPECT_FALSE(std::filesystem::exists(directory.folderOf(c)));
+  EXPECT_TRUE(std::filesystem::exists(folder / "lists/mine"));
+  EXPECT_TRUE(directory.current());
+}
+
+}  // namespace
+}  // namespace orvane::test
