@@ -37,7 +37,7 @@ class DemonstrationBrowser {
   /// The whole open page.
   Expected<GObjectPointer<GdkTexture>> picture();
 
-  /// Runs the main loop until the person closes the window.
+  /// Runs the main loop until the person closes the window or interrupts the program.
   void runUntilClosed();
 
  private:

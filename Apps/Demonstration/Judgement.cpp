@@ -1,6 +1,9 @@
 #include "Apps/Demonstration/Judgement.h"
 
 #include <algorithm>
+#include <iterator>
+#include <set>
+#include <tuple>
 
 namespace orvane {
 namespace {
@@ -73,6 +76,14 @@ std::string_view nameOf(Outcome outcome) {
       return "missing";
   }
   return {};
+}
+
+std::size_t resourceCount(const Visit& visit) {
+  std::set<std::tuple<std::string, std::string, std::string>> addresses;
+  for (const auto& request : visit.requests) {
+    addresses.emplace(request.scheme, request.host, request.path);
+  }
+  return addresses.size();
 }
 
 Outcome observed(const Visits& visits, const std::string& page, const Subject& subject) {

@@ -63,6 +63,9 @@ struct Visit {
   std::map<std::string, Outcome> elements;
 };
 
+/// How many different addresses were asked for; a browser may ask for one twice.
+std::size_t resourceCount(const Visit& visit);
+
 /// By the address of the page.
 using Visits = std::map<std::string, Visit>;
 

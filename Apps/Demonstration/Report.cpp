@@ -22,10 +22,10 @@ std::string verdictOn(const Row& row) {
                      nameOf(row.expectation.with));
 }
 
-std::size_t requestCount(const Visits& visits) {
+std::size_t resourceCountOf(const Visits& visits) {
   return std::accumulate(
       visits.begin(), visits.end(), std::size_t{0},
-      [](std::size_t sum, const auto& visit) { return sum + visit.second.requests.size(); });
+      [](std::size_t sum, const auto& visit) { return sum + resourceCount(visit.second); });
 }
 
 }  // namespace
@@ -61,8 +61,8 @@ std::string summaryReport(std::span<const Row> rows, const Visits& without, cons
       summary.blocked, summary.hidden, summary.upgraded, summary.cookiesStripped,
       summary.letThrough);
   if (summary.other > 0) text += fmt::format("{} changed in some other way.\n", summary.other);
-  text += fmt::format("Requests that reached the network: {} without the list, {} with it.\n",
-                      requestCount(without), requestCount(with));
+  text += fmt::format("Resources asked for over the network: {} without the list, {} with it.\n",
+                      resourceCountOf(without), resourceCountOf(with));
   if (isAllRight(rows))
     return text + fmt::format("All {} rows are as they should be.\n", rows.size());
   return text + fmt::format("{} of {} rows are WRONG.\n", wrong, rows.size());

@@ -9,6 +9,7 @@
 #include "Apps/Demonstration/DemonstrationExpectations.h"
 #include "Apps/Demonstration/DemonstrationSite.h"
 #include "Apps/Demonstration/Picture.h"
+#include "Apps/Demonstration/ProgramFolder.h"
 #include "Apps/Demonstration/Report.h"
 
 namespace {
@@ -21,13 +22,9 @@ struct Options {
   bool keepOpen = false;
 };
 
-std::filesystem::path compilerBesideThisProgram() {
-  std::error_code error;
-  return std::filesystem::read_symlink("/proc/self/exe", error).parent_path() / "orvane-compile";
-}
-
 std::string caption(const char* title, const Demonstration::Pass& pass) {
-  return fmt::format("{}: {} requests", title, pass.visits.at(site::newspaper).requests.size());
+  return fmt::format("{}: {} resources loaded", title,
+                     resourceCount(pass.visits.at(site::newspaper)));
 }
 
 /// Whether the browser did what the list says.
@@ -36,7 +33,8 @@ Expected<bool> demonstrate(const Options& options) {
       static_cast<std::chrono::milliseconds::rep>(options.timeLimit * 1e3));
   const auto list = listReport();
   if (!list) return tl::unexpected(list.error());
-  const auto demonstration = Demonstration::prepare(compilerBesideThisProgram(), limit);
+  const auto demonstration =
+      Demonstration::prepare(folderOfThisProgram() / "orvane-compile", limit);
   if (!demonstration) return tl::unexpected(demonstration.error());
   const auto without = (*demonstration)->visitPages();
   if (!without) return tl::unexpected(without.error());
