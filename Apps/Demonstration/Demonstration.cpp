@@ -1,5 +1,6 @@
 #include "Apps/Demonstration/Demonstration.h"
 
+#include <array>
 #include <optional>
 #include <utility>
 
@@ -15,8 +16,8 @@ namespace {
 
 constexpr const char* contentBlockerIdentifier = "orvane-demonstration";
 
-constexpr const char* pages[] = {site::trackerHomePage, site::ticketShop,
-                                 site::whitelistedNewspaper, site::newspaper};
+constexpr std::array pages{site::trackerHomePage, site::ticketShop, site::whitelistedNewspaper,
+                           site::newspaper};
 
 }  // namespace
 

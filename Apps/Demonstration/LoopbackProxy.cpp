@@ -3,7 +3,6 @@
 #include <optional>
 
 #include <fmt/format.h>
-#include <libsoup/soup.h>
 
 #include "Apps/Demonstration/LoopbackCertificate.h"
 

@@ -9,12 +9,10 @@
 #include <utility>
 #include <vector>
 
+#include <libsoup/soup.h>
+
 #include "Apps/Demonstration/GObjectPointer.h"
 #include "Platform/Foundation/NSError.h"
-
-typedef struct _SoupServer SoupServer;
-typedef struct _SoupServerMessage SoupServerMessage;
-typedef struct _GTlsCertificate GTlsCertificate;
 
 namespace orvane {
 

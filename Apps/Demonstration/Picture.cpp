@@ -18,8 +18,7 @@ using Surface = std::unique_ptr<cairo_surface_t, decltype(&cairo_surface_destroy
 using Context = std::unique_ptr<cairo_t, decltype(&cairo_destroy)>;
 
 Surface blankSurface(int width, int height) {
-  return Surface(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, width, height),
-                 cairo_surface_destroy);
+  return {cairo_image_surface_create(CAIRO_FORMAT_ARGB32, width, height), cairo_surface_destroy};
 }
 
 Surface surfaceOf(GdkTexture* texture) {

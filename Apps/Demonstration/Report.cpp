@@ -18,7 +18,7 @@ std::string line(std::string_view rule, std::string_view thing, std::string_view
 
 std::string verdictOn(const Row& row) {
   if (row.isRight()) return "as it should be";
-  return fmt::format("WRONG: should be \"{}\" and \"{}\"", nameOf(row.expectation.without),
+  return fmt::format(R"(WRONG: should be "{}" and "{}")", nameOf(row.expectation.without),
                      nameOf(row.expectation.with));
 }
 

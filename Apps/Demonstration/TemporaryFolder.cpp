@@ -1,8 +1,7 @@
 #include "Apps/Demonstration/TemporaryFolder.h"
 
+#include <cstdlib>
 #include <string>
-
-#include <stdlib.h>
 
 #include "Linux/Posix/PosixError.h"
 

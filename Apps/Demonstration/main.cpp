@@ -52,7 +52,7 @@ Expected<bool> demonstrate(const Options& options) {
       {with->newspaperPicture.get(), caption("With the list", *with)}, options.picture);
   if (!drawn) return tl::unexpected(drawn.error());
   fmt::print("Picture: {}\n", options.picture.string());
-  std::fflush(stdout);
+  static_cast<void>(std::fflush(stdout));
   if (options.keepOpen) (*demonstration)->browser().runUntilClosed();
   return isAllRight(rows);
 }
