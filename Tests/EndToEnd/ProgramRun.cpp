@@ -21,6 +21,7 @@ ProgramRun runProgram(const std::vector<std::string>& command, const std::filesy
                       std::chrono::seconds limit) {
   const auto output = folder / "output.txt";
   std::vector<const char*> arguments;
+  arguments.reserve(command.size() + 1);
   for (const auto& argument : command) arguments.push_back(argument.c_str());
   arguments.push_back(nullptr);
 

@@ -13,7 +13,7 @@ std::string displayOf(GSubprocess* server) {
   const GObjectPointer<GDataInputStream> output(
       g_data_input_stream_new(g_subprocess_get_stdout_pipe(server)));
   gchar* line = g_data_input_stream_read_line(output.get(), nullptr, nullptr, nullptr);
-  const std::string display = line == nullptr ? "" : std::string(":") + line;
+  std::string display = line == nullptr ? "" : std::string(":") + line;
   g_free(line);
   return display;
 }
