@@ -38,7 +38,15 @@ class LoopbackServer {
   LoopbackServer(const LoopbackServer&) = delete;
   LoopbackServer& operator=(const LoopbackServer&) = delete;
   ~LoopbackServer() {
-    g_main_loop_quit(loop_);
+    // From the loop itself, since the loop may not have begun to run yet.
+    GSource* quit = g_idle_source_new();
+    const auto quitLoop = [](gpointer loop) -> gboolean {
+      g_main_loop_quit(static_cast<GMainLoop*>(loop));
+      return G_SOURCE_REMOVE;
+    };
+    g_source_set_callback(quit, quitLoop, loop_, nullptr);
+    g_source_attach(quit, context_);
+    g_source_unref(quit);
     thread_.join();
     g_main_loop_unref(loop_);
     g_main_context_unref(context_);

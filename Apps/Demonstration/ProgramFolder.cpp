@@ -1,0 +1,10 @@
+#include "Apps/Demonstration/ProgramFolder.h"
+
+namespace orvane {
+
+std::filesystem::path folderOfThisProgram() {
+  std::error_code error;
+  return std::filesystem::read_symlink("/proc/self/exe", error).parent_path();
+}
+
+}  // namespace orvane

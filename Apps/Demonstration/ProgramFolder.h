@@ -1,0 +1,10 @@
+#pragma once
+
+#include <filesystem>
+
+namespace orvane {
+
+/// The folder that holds the running program.
+std::filesystem::path folderOfThisProgram();
+
+}  // namespace orvane
