@@ -1,6 +1,7 @@
 #include "Linux/LinuxPlatform.h"
 
 #include "Linux/GLib/UUID.h"
+#include "Linux/Posix/ProgramFolder.h"
 
 namespace orvane {
 
@@ -13,10 +14,5 @@ LinuxPlatform::LinuxPlatform(int standardOutput)
       standardOutput_(standardOutput),
       platform_{fileManager_, mainBundle_,     notificationCenter_, urlLoader_,
                 makeUUID_,    standardOutput_, systemLog_} {}
-
-std::filesystem::path LinuxPlatform::programFolder() {
-  std::error_code error;
-  return std::filesystem::read_symlink("/proc/self/exe", error).parent_path();
-}
 
 }  // namespace orvane

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <filesystem>
-
 #include "Linux/GLib/SystemLog.h"
 #include "Linux/GLib/URLLoader.h"
 #include "Linux/Posix/DescriptorOutput.h"
@@ -19,9 +17,6 @@ class LinuxPlatform {
 
   Platform& platform() { return platform_; }
   const XDGDirectories& directories() const { return directories_; }
-
-  /// The folder of the running program; the programs that belong together are all in it.
-  static std::filesystem::path programFolder();
 
  private:
   XDGDirectories directories_;

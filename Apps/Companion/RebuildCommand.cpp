@@ -10,6 +10,7 @@
 
 #include "BlockerKit/Catalogue/EnabledBlockers.h"
 #include "BlockerKit/Support/Stopwatch.h"
+#include "Linux/Posix/ProgramFolder.h"
 #include "Linux/WebKitGTK/ContentBlockerManager.h"
 #include "Process/Process.h"
 
@@ -41,7 +42,7 @@ int failed(const std::string& reason) {
 ContentBlockerManager makeBrowser(const LinuxPlatform& machine, PersistentStore& store) {
   const auto list = store.pathToSafariJSON();
   return {BrowserSettings(machine.directories().config.value_or("") / "orvane" / "browser.ini"),
-          {.helper = LinuxPlatform::programFolder() / "orvane-compile",
+          {.helper = programFolder() / "orvane-compile",
            .blockerList = list,
            .compiledLists = list.parent_path() / "CompiledLists"}};
 }

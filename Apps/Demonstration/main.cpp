@@ -9,8 +9,8 @@
 #include "Apps/Demonstration/DemonstrationExpectations.h"
 #include "Apps/Demonstration/DemonstrationSite.h"
 #include "Apps/Demonstration/Picture.h"
-#include "Apps/Demonstration/ProgramFolder.h"
 #include "Apps/Demonstration/Report.h"
+#include "Linux/Posix/ProgramFolder.h"
 
 namespace {
 
@@ -33,8 +33,7 @@ Expected<bool> demonstrate(const Options& options) {
       static_cast<std::chrono::milliseconds::rep>(options.timeLimit * 1e3));
   const auto list = listReport();
   if (!list) return tl::unexpected(list.error());
-  const auto demonstration =
-      Demonstration::prepare(folderOfThisProgram() / "orvane-compile", limit);
+  const auto demonstration = Demonstration::prepare(programFolder() / "orvane-compile", limit);
   if (!demonstration) return tl::unexpected(demonstration.error());
   const auto without = (*demonstration)->visitPages();
   if (!without) return tl::unexpected(without.error());

@@ -21,7 +21,7 @@ tl::expected<std::string_view, SafariJSONError> textFrom(std::string_view data) 
   return withoutByteOrderMark(data);
 }
 
-std::string quotedMarker(ActionType type) { return fmt::format("\"type\":\"{}\"", rawValue(type)); }
+std::string quotedMarker(ActionType type) { return fmt::format(R"("type":"{}")", rawValue(type)); }
 
 /// The list in which nothing is to be blocked.
 Expected<std::string> placeholderList() {
@@ -98,7 +98,7 @@ void PersistentStore::appendToSafariJSONFile(const Blocker& blocker, const Compl
 void PersistentStore::removeDomain(std::string_view domain, std::string_view marker,
                                    const Completion& completion) {
   const auto edit = [&](std::string_view list) -> Expected<std::string> {
-    const auto quotedDomain = toJSON(domain);
+    auto quotedDomain = toJSON(domain);
     if (!quotedDomain) return quotedDomain;
     auto removal = removingDomain(list, marker, *quotedDomain);
     if (const auto& domains = removal.domains) {

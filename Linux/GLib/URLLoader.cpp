@@ -85,7 +85,8 @@ class Fetch {
   void start() {
     GError* error = nullptr;
     const std::unique_ptr<GUri, decltype(&g_uri_unref)> uri(
-        g_uri_parse(url_.c_str(), static_cast<GUriFlags>(SOUP_HTTP_URI_FLAGS), &error), g_uri_unref);
+        g_uri_parse(url_.c_str(), static_cast<GUriFlags>(SOUP_HTTP_URI_FLAGS), &error),
+        g_uri_unref);
     if (error != nullptr) return finish(error);
     const std::string_view scheme = g_uri_get_scheme(uri.get());
     if (scheme == "file") return startFile();

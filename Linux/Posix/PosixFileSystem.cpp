@@ -1,5 +1,6 @@
 #include "Linux/Posix/PosixFileSystem.h"
 
+#include <array>
 #include <cerrno>
 #include <cstdio>
 
@@ -36,8 +37,8 @@ bool setModificationDate(int file, FileDate date) {
   const auto seconds = std::chrono::floor<std::chrono::seconds>(date);
   const timespec modified{.tv_sec = seconds.time_since_epoch().count(),
                           .tv_nsec = (date - seconds).count()};
-  const timespec times[] = {{.tv_sec = 0, .tv_nsec = UTIME_OMIT}, modified};
-  return ::futimens(file, times) == 0;
+  const std::array<timespec, 2> times{{{.tv_sec = 0, .tv_nsec = UTIME_OMIT}, modified}};
+  return ::futimens(file, times.data()) == 0;
 }
 
 bool writeAll(int file, std::string_view contents) {
@@ -109,7 +110,7 @@ Expected<void> PosixFileSystem::replace(const path& path, std::string_view conte
   const auto file = openLocked(intermediate);
   if (!file) return tl::unexpected(file.error());
   const auto fail = [&](std::string_view operation) {
-    const auto error = failure(operation, path);
+    auto error = failure(operation, path);
     ::unlink(intermediate.c_str());
     return error;
   };

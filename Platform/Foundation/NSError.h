@@ -17,6 +17,7 @@ struct NSError {
 };
 
 /// The domain of errors whose code is an `errno` value.
+// NOLINTNEXTLINE(readability-identifier-naming): the platform's own name
 inline constexpr const char* NSPOSIXErrorDomain = "NSPOSIXErrorDomain";
 
 template <typename Value>

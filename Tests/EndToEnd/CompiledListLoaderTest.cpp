@@ -9,12 +9,12 @@
 #include "Apps/Demonstration/GObjectPointer.h"
 #include "Apps/Demonstration/LoopbackProxy.h"
 #include "Apps/Demonstration/MainLoop.h"
-#include "Apps/Demonstration/ProgramFolder.h"
 #include "Apps/Demonstration/TemporaryFolder.h"
 #include "Linux/Posix/PosixFileSystem.h"
+#include "Linux/Posix/ProgramFolder.h"
 #include "Linux/WebKitGTK/CompiledListLoader.h"
-#include "Tests/EndToEnd/ProgramRun.h"
 #include "Tests/EndToEnd/VirtualDisplay.h"
+#include "Tests/Support/ProgramRun.h"
 
 namespace orvane {
 namespace {
@@ -36,10 +36,10 @@ class CompiledListLoaderTest : public testing::Test {
   void compile(const char* json) {
     const auto list = folder_->path() / "list.json";
     std::ofstream(list) << json;
-    const auto run = runProgram({(folderOfThisProgram() / "orvane-compile").string(), list.string(),
-                                 directory_.path().string()},
-                                folder_->path());
-    ASSERT_EQ(run.exitStatus, 0) << run.output;
+    const auto run = test::runProgram(
+        {(programFolder() / "orvane-compile").string(), list.string(), directory_.path().string()},
+        folder_->path());
+    ASSERT_EQ(run.exitStatus, 0) << run.errors;
   }
 
   void switchContentBlocker(bool on) {

@@ -8,9 +8,9 @@
 #include <gtest/gtest.h>
 
 #include "Apps/Demonstration/DemonstrationExpectations.h"
-#include "Apps/Demonstration/ProgramFolder.h"
 #include "Apps/Demonstration/TemporaryFolder.h"
-#include "Tests/EndToEnd/ProgramRun.h"
+#include "Linux/Posix/ProgramFolder.h"
+#include "Tests/Support/ProgramRun.h"
 
 namespace orvane {
 namespace {
@@ -68,20 +68,20 @@ class DemonstrationTest : public testing::Test {
  protected:
   const std::filesystem::path& folder() const { return folder_->path(); }
 
-  ProgramRun runHeadless(const std::filesystem::path& program,
-                         std::vector<std::string> arguments = {}) const {
+  test::ProgramRun runHeadless(const std::filesystem::path& program,
+                               std::vector<std::string> arguments = {}) const {
     std::vector<std::string> command{
         "env", "GSK_RENDERER=cairo",     "GTK_A11Y=none", "xvfb-run", "-a",
         "-s",  "-screen 0 1280x1024x24", program.string()};
     command.insert(command.end(), arguments.begin(), arguments.end());
-    return runProgram(command, folder());
+    return test::runProgram(command, folder());
   }
 
   /// A copy of the program, with `helper` as its helper if it is not empty.
   std::filesystem::path copyWithHelper(const std::string& helper) const {
     const auto programs = folder() / "programs";
     std::filesystem::create_directory(programs);
-    std::filesystem::copy(folderOfThisProgram() / programName, programs / programName);
+    std::filesystem::copy(programFolder() / programName, programs / programName);
     if (helper.empty()) return programs / programName;
     std::ofstream(programs / compilerName) << "#!/bin/sh\n" << helper;
     std::filesystem::permissions(programs / compilerName, std::filesystem::perms::owner_all);
@@ -101,7 +101,7 @@ class DemonstrationTest : public testing::Test {
 };
 
 TEST_F(DemonstrationTest, TheBrowserDoesWhatTheListSays) {
-  const auto run = runHeadless(folderOfThisProgram() / programName);
+  const auto run = runHeadless(programFolder() / programName);
   EXPECT_EQ(run.exitStatus, 0) << run.output;
   EXPECT_THAT(run.output, Not(HasSubstr("WRONG")));
 
@@ -123,7 +123,7 @@ TEST_F(DemonstrationTest, DrawsThePageWithAndWithoutTheList) {
   constexpr std::uint32_t offerColour = 0xffd43b;
   constexpr std::uint32_t trackerColour = 0x862e9c;
   constexpr std::uint32_t mastheadColour = 0x12314f;
-  const auto run = runHeadless(folderOfThisProgram() / programName, {"--picture", "two.png"});
+  const auto run = runHeadless(programFolder() / programName, {"--picture", "two.png"});
   ASSERT_EQ(run.exitStatus, 0) << run.output;
   const Image image(folder() / "two.png");
   ASSERT_TRUE(image.isReadable());
@@ -143,7 +143,7 @@ TEST_F(DemonstrationTest, NoticesABrowserWithAnotherList) {
   std::ofstream(folder() / "other.json")
       << R"([{"trigger":{"url-filter":"brightads"},"action":{"type":"block"}}])";
   const auto program = copyWithHelper(fmt::format("exec '{}' '{}' \"$2\"\n",
-                                                  (folderOfThisProgram() / compilerName).string(),
+                                                  (programFolder() / compilerName).string(),
                                                   (folder() / "other.json").string()));
   const auto run = runHeadless(program);
   EXPECT_EQ(run.exitStatus, 1);
@@ -159,15 +159,15 @@ TEST_F(DemonstrationTest, NoticesABrowserWithAnotherList) {
 TEST_F(DemonstrationTest, SaysThatTheHelperIsMissing) {
   const auto run = runHeadless(copyWithHelper(""));
   EXPECT_EQ(run.exitStatus, 1);
-  EXPECT_THAT(run.output, HasSubstr("orvane-demonstration: The list cannot be compiled: "));
-  EXPECT_THAT(run.output, HasSubstr("/programs/orvane-compile"));
+  EXPECT_THAT(run.errors, HasSubstr("orvane-demonstration: The list cannot be compiled: "));
+  EXPECT_THAT(run.errors, HasSubstr("/programs/orvane-compile"));
   EXPECT_EQ(leftovers(), 0U);
 }
 
 TEST_F(DemonstrationTest, SaysWhatTheHelperSays) {
   const auto run = runHeadless(copyWithHelper("echo 'No room on the disk.' >&2\nexit 1\n"));
   EXPECT_EQ(run.exitStatus, 1);
-  EXPECT_THAT(run.output, HasSubstr("orvane-demonstration: The list cannot be compiled: "
+  EXPECT_THAT(run.errors, HasSubstr("orvane-demonstration: The list cannot be compiled: "
                                     "No room on the disk."));
   EXPECT_EQ(leftovers(), 0U);
 }
@@ -175,24 +175,23 @@ TEST_F(DemonstrationTest, SaysWhatTheHelperSays) {
 TEST_F(DemonstrationTest, DoesNotWaitForEverForTheList) {
   const auto run = runHeadless(copyWithHelper("exit 0\n"), {"--time-limit", "6"});
   EXPECT_EQ(run.exitStatus, 1);
-  EXPECT_THAT(run.output,
+  EXPECT_THAT(run.errors,
               HasSubstr("orvane-demonstration: Loading the compiled list took longer than 6 s."));
   EXPECT_EQ(leftovers(), 0U);
 }
 
 TEST_F(DemonstrationTest, SaysThatThePictureCannotBeWritten) {
-  const auto run =
-      runHeadless(folderOfThisProgram() / programName, {"--picture", "missing/two.png"});
+  const auto run = runHeadless(programFolder() / programName, {"--picture", "missing/two.png"});
   EXPECT_EQ(run.exitStatus, 1);
-  EXPECT_THAT(run.output, HasSubstr("The picture 'missing/two.png' cannot be written: "));
+  EXPECT_THAT(run.errors, HasSubstr("The picture 'missing/two.png' cannot be written: "));
 }
 
 TEST_F(DemonstrationTest, SaysThatThereIsNoDisplay) {
-  const auto run = runProgram({"env", "-u", "DISPLAY", "-u", "WAYLAND_DISPLAY",
-                               (folderOfThisProgram() / programName).string()},
-                              folder());
+  const auto run = test::runProgram(
+      {"env", "-u", "DISPLAY", "-u", "WAYLAND_DISPLAY", (programFolder() / programName).string()},
+      folder());
   EXPECT_EQ(run.exitStatus, 1);
-  EXPECT_THAT(run.output, HasSubstr("There is no display"));
+  EXPECT_THAT(run.errors, HasSubstr("There is no display"));
 }
 
 }  // namespace

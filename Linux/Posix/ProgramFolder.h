@@ -5,6 +5,6 @@
 namespace orvane {
 
 /// The folder that holds the running program.
-std::filesystem::path folderOfThisProgram();
+std::filesystem::path programFolder();
 
 }  // namespace orvane

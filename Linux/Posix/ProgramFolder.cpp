@@ -1,8 +1,8 @@
-#include "Apps/Demonstration/ProgramFolder.h"
+#include "Linux/Posix/ProgramFolder.h"
 
 namespace orvane {
 
-std::filesystem::path folderOfThisProgram() {
+std::filesystem::path programFolder() {
   std::error_code error;
   return std::filesystem::read_symlink("/proc/self/exe", error).parent_path();
 }
