@@ -53,6 +53,8 @@ Expected<void> compile(const std::filesystem::path& source, CompiledListDirector
 
 }  // namespace
 
+/// The reason of a failure is the standard output; standard error has the browser engine's own
+/// noise.
 int main(int argc, char** argv) {
   if (argc != 3) {
     fmt::print(stderr, "usage: orvane-compile LIST FOLDER\n");
@@ -63,6 +65,6 @@ int main(int argc, char** argv) {
   CompiledListDirectory directory(files, argv[2]);
   const auto result = compile(argv[1], directory);
   if (result) return 0;
-  fmt::print(stderr, "{}\n", result.error().localizedDescription);
+  fmt::print("{}\n", result.error().localizedDescription);
   return 1;
 }

@@ -29,6 +29,12 @@ NSError taken(GError* error) {
   return result;
 }
 
+std::string takenText(gchar* text) {
+  std::string result = text == nullptr ? "" : text;
+  g_free(text);
+  return result;
+}
+
 struct Compilation {
   std::weak_ptr<void> lifetime;
   SFContentBlockerManager::ReloadCompletion completion;
@@ -40,11 +46,12 @@ std::string withoutLineEnding(std::string text) {
 }
 
 /// What the helper's end says: nothing when it succeeded.
-std::optional<NSError> outcome(GSubprocess* helper, const char* diagnostics) {
+std::optional<NSError> outcome(GSubprocess* helper, const std::string& output,
+                               const std::string& diagnostics) {
   if (g_subprocess_get_if_exited(helper) && g_subprocess_get_exit_status(helper) == 0) {
     return std::nullopt;
   }
-  std::string reason = withoutLineEnding(diagnostics == nullptr ? "" : diagnostics);
+  std::string reason = withoutLineEnding(output.empty() ? diagnostics : output);
   if (reason.empty()) reason = "The compiler of blocker lists ended without a word.";
   return NSError{"WebKitUserContentFilterError", 0, std::move(reason)};
 }
@@ -53,10 +60,11 @@ void helperEnded(GObject* object, GAsyncResult* result, gpointer data) {
   const std::unique_ptr<Compilation> compilation(static_cast<Compilation*>(data));
   auto* helper = G_SUBPROCESS(object);
   GError* error = nullptr;
+  gchar* output = nullptr;
   gchar* diagnostics = nullptr;
-  g_subprocess_communicate_utf8_finish(helper, result, nullptr, &diagnostics, &error);
-  const auto failure = error != nullptr ? taken(error) : outcome(helper, diagnostics);
-  g_free(diagnostics);
+  g_subprocess_communicate_utf8_finish(helper, result, &output, &diagnostics, &error);
+  const auto failure =
+      error != nullptr ? taken(error) : outcome(helper, takenText(output), takenText(diagnostics));
   if (!compilation->lifetime.expired()) compilation->completion(failure);
 }
 
@@ -85,8 +93,10 @@ void ContentBlockerManager::reloadContentBlocker(std::string_view /*identifier*/
                                                  ReloadCompletion completion) {
   GError* error = nullptr;
   GSubprocess* helper =
-      g_subprocess_new(G_SUBPROCESS_FLAGS_STDERR_PIPE, &error, locations_.helper.c_str(),
-                       locations_.blockerList.c_str(), locations_.compiledLists.c_str(), nullptr);
+      g_subprocess_new(static_cast<GSubprocessFlags>(G_SUBPROCESS_FLAGS_STDOUT_PIPE |
+                                                     G_SUBPROCESS_FLAGS_STDERR_PIPE),
+                       &error, locations_.helper.c_str(), locations_.blockerList.c_str(),
+                       locations_.compiledLists.c_str(), nullptr);
   if (helper == nullptr) {
     later(lifetime_,
           [failure = taken(error), completion = std::move(completion)] { completion(failure); });
