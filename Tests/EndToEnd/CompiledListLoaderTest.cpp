@@ -128,7 +128,7 @@ TEST_F(CompiledListLoaderAloneTest, LoadsNothingWhileTheContentBlockerIsOff) {
 class CompiledListLoaderInViewTest : public CompiledListLoaderTest {
  protected:
   void SetUp() override {
-    ASSERT_TRUE(display_.isReady());
+    ASSERT_TRUE(VirtualDisplay::ofThisProcess().isReady());
     proxy_ = LoopbackProxy::start().value();
     proxy_->serve("fruit.test", "/",
                   {.contentType = "text/html",
@@ -153,7 +153,6 @@ class CompiledListLoaderInViewTest : public CompiledListLoaderTest {
     return pictures;
   }
 
-  VirtualDisplay display_;
   std::unique_ptr<LoopbackProxy> proxy_;
   std::unique_ptr<DemonstrationBrowser> browser_;
 };

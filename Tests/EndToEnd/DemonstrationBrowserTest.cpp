@@ -16,10 +16,7 @@ using namespace std::chrono_literals;
 
 class DemonstrationBrowserTest : public testing::Test {
  protected:
-  void SetUp() override { ASSERT_TRUE(display_.isReady()); }
-
- private:
-  VirtualDisplay display_;
+  void SetUp() override { ASSERT_TRUE(VirtualDisplay::ofThisProcess().isReady()); }
 };
 
 /// A port that takes connections and never says a word.

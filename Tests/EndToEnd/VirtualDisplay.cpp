@@ -20,6 +20,11 @@ std::string displayOf(GSubprocess* server) {
 
 }  // namespace
 
+VirtualDisplay& VirtualDisplay::ofThisProcess() {
+  static VirtualDisplay display;
+  return display;
+}
+
 VirtualDisplay::VirtualDisplay()
     : server_(g_subprocess_new(static_cast<GSubprocessFlags>(G_SUBPROCESS_FLAGS_STDOUT_PIPE |
                                                              G_SUBPROCESS_FLAGS_STDERR_SILENCE),

@@ -6,11 +6,11 @@
 
 namespace orvane {
 
-/// A screen that nobody sees, made the display of this process, with GTK initialised on it. One
-/// for the life of the process.
+/// A screen that nobody sees, made the display of this process, with GTK initialised on it.
 class VirtualDisplay {
  public:
-  VirtualDisplay();
+  /// The one display of the process, made at the first call: GTK does not survive the loss of it.
+  static VirtualDisplay& ofThisProcess();
   VirtualDisplay(const VirtualDisplay&) = delete;
   VirtualDisplay& operator=(const VirtualDisplay&) = delete;
   ~VirtualDisplay();
@@ -18,6 +18,8 @@ class VirtualDisplay {
   bool isReady() const { return isReady_; }
 
  private:
+  VirtualDisplay();
+
   GObjectPointer<GSubprocess> server_;
   bool isReady_ = false;
 };
