@@ -3,6 +3,7 @@
 #include <string_view>
 
 #include <rapidjson/writer.h>
+#include <simdjson.h>
 
 namespace orvane {
 namespace {
@@ -19,11 +20,12 @@ class StringStream {
   std::string& text_;
 };
 
-using Writer = rapidjson::Writer<StringStream, rapidjson::UTF8<>, rapidjson::UTF8<>,
-                                 rapidjson::CrtAllocator, rapidjson::kWriteValidateEncodingFlag>;
+using Writer = rapidjson::Writer<StringStream>;
 
 bool write(Writer& writer, std::string_view text) {
-  return writer.String(text.data(), static_cast<rapidjson::SizeType>(text.size()));
+  // The encoder's own check of a character that is cut off reads on behind the end of the text.
+  return simdjson::validate_utf8(text) &&
+         writer.String(text.data(), static_cast<rapidjson::SizeType>(text.size()));
 }
 
 bool write(Writer& writer, const std::string& text) {
