@@ -1,0 +1,20 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "BlockerKit/Lint/Finding.h"
+
+namespace orvane {
+
+struct DomainProblem {
+  Severity severity;
+  /// A sentence.
+  std::string reason;
+};
+
+/// What is wrong with `domain` as an element of "if-domain" or "unless-domain".
+std::optional<DomainProblem> lintDomain(std::string_view domain);
+
+}  // namespace orvane
