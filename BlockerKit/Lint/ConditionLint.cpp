@@ -30,9 +30,10 @@ constexpr std::array conditions{
 
 class ConditionLinter {
  public:
-  ConditionLinter(const Condition& condition, Findings& findings)
+  ConditionLinter(const Condition& condition, Severity ofExpression, Findings& findings)
       : condition_(condition),
         path_(fmt::format("trigger.{}", condition.key)),
+        ofExpression_(ofExpression),
         findings_(findings) {}
 
   void lint(const JSONValue& value) {
@@ -67,34 +68,31 @@ class ConditionLinter {
     }
     if (condition_.hasDomains) return lintDomainElement(*text);
     if (const auto reason = lintURLFilter(*text)) {
-      findings_.error(path_, fmt::format("The browser refuses the regular expression {}: {}.",
-                                         quoted(*text), *reason));
+      findings_.add(ofExpression_, path_,
+                    fmt::format("The browser refuses the regular expression {}: {}.", quoted(*text),
+                                *reason));
     }
   }
 
   void lintDomainElement(std::string_view domain) {
-    auto problem = lintDomain(domain);
-    if (!problem) return;
-    if (problem->severity == Severity::Error) {
-      findings_.error(path_, std::move(problem->reason));
-    } else {
-      findings_.warn(path_, std::move(problem->reason));
-    }
+    auto problem = lintDomain(domain, ofExpression_);
+    if (problem) findings_.add(problem->severity, path_, std::move(problem->reason));
   }
 
   const Condition& condition_;
   std::string path_;
+  Severity ofExpression_;
   Findings& findings_;
 };
 
 }  // namespace
 
-void lintConditions(const JSONValue& trigger, Findings& findings) {
+void lintConditions(const JSONValue& trigger, Severity ofExpression, Findings& findings) {
   std::string_view first;
   for (const auto& condition : conditions) {
     const auto value = trigger[condition.key];
     if (!value.exists()) continue;
-    ConditionLinter(condition, findings).lint(value);
+    ConditionLinter(condition, ofExpression, findings).lint(value);
     if (first.empty()) {
       first = condition.key;
       continue;

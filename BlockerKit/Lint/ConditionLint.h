@@ -6,6 +6,7 @@
 namespace orvane {
 
 /// Collects what is wrong with the conditions on the page ("if-domain" and the like) of a trigger.
-void lintConditions(const JSONValue& trigger, Findings& findings);
+/// `ofExpression` is the severity of a regular expression that the browser refuses.
+void lintConditions(const JSONValue& trigger, Severity ofExpression, Findings& findings);
 
 }  // namespace orvane

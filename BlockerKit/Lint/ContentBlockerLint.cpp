@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <string_view>
+#include <utility>
 
 #include <fmt/format.h>
 
@@ -32,8 +33,11 @@ BlockerLint lintContentBlocker(const JSONValue& blocker) {
                                kindOf(blocker)));
   } else {
     lintKeys(blocker, "", knownKeys, findings);
-    lintTrigger(blocker["trigger"], findings);
-    result.isDropped = lintAction(blocker["action"], findings);
+    Findings ofAction;
+    result.isDropped = lintAction(blocker["action"], ofAction);
+    lintTrigger(blocker["trigger"], result.isDropped ? Severity::Warning : Severity::Error,
+                findings);
+    findings.append(std::move(ofAction));
   }
   result.findings = findings.take();
   return result;

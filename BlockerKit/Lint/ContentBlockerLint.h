@@ -10,7 +10,7 @@ namespace orvane {
 /// What the lint has to say about one rule of the browser's list.
 struct BlockerLint {
   std::vector<Finding> findings;
-  /// The browser takes the list but leaves this rule out in silence.
+  /// The browser leaves this rule out in silence, unless it refuses it.
   bool isDropped = false;
 
   /// The browser refuses every list that holds the rule.

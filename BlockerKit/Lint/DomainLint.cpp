@@ -37,7 +37,7 @@ bool fitsHostName(char character) {
 
 }  // namespace
 
-std::optional<DomainProblem> lintDomain(std::string_view domain) {
+std::optional<DomainProblem> lintDomain(std::string_view domain, Severity ofExpression) {
   if (domain.empty()) {
     return DomainProblem{Severity::Error, "A domain is an empty text, which the browser refuses."};
   }
@@ -48,7 +48,7 @@ std::optional<DomainProblem> lintDomain(std::string_view domain) {
     return problem(Severity::Error, domain, "has capital letters. Write it in lower case.");
   }
   if (lintURLFilter(expression(domain))) {
-    return problem(Severity::Error, domain,
+    return problem(ofExpression, domain,
                    "holds characters that no host name has and that the browser refuses.");
   }
   const std::string_view host = domain.substr(domain.starts_with('*') ? 1 : 0);

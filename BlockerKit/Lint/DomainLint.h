@@ -14,7 +14,8 @@ struct DomainProblem {
   std::string reason;
 };
 
-/// What is wrong with `domain` as an element of "if-domain" or "unless-domain".
-std::optional<DomainProblem> lintDomain(std::string_view domain);
+/// What is wrong with `domain` as an element of "if-domain" or "unless-domain". `ofExpression` is
+/// the severity of what the browser only refuses once it makes a regular expression of the domain.
+std::optional<DomainProblem> lintDomain(std::string_view domain, Severity ofExpression);
 
 }  // namespace orvane

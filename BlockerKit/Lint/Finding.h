@@ -26,10 +26,16 @@ struct Finding {
 class Findings {
  public:
   void error(std::string key, std::string reason) {
-    found_.push_back({Severity::Error, std::move(key), std::move(reason)});
+    add(Severity::Error, std::move(key), std::move(reason));
   }
   void warn(std::string key, std::string reason) {
-    found_.push_back({Severity::Warning, std::move(key), std::move(reason)});
+    add(Severity::Warning, std::move(key), std::move(reason));
+  }
+  void add(Severity severity, std::string key, std::string reason) {
+    found_.push_back({severity, std::move(key), std::move(reason)});
+  }
+  void append(Findings other) {
+    for (auto& finding : other.found_) found_.push_back(std::move(finding));
   }
   std::vector<Finding> take() { return std::move(found_); }
 

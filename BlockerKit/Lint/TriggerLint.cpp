@@ -71,8 +71,8 @@ struct WordList {
 
 class TriggerLinter {
  public:
-  TriggerLinter(const JSONValue& trigger, Findings& findings)
-      : trigger_(trigger), findings_(findings) {}
+  TriggerLinter(const JSONValue& trigger, Severity ofExpression, Findings& findings)
+      : trigger_(trigger), ofExpression_(ofExpression), findings_(findings) {}
 
   void lint() {
     lintKeys(trigger_, "trigger.", knownKeys, findings_);
@@ -82,7 +82,7 @@ class TriggerLinter {
     lintWords({"load-type", isOfModel<LoadType>, {}, "both types"});
     lintWords({"load-context", isOfNoModel, loadContexts, "all frames"});
     lintMethod();
-    lintConditions(trigger_, findings_);
+    lintConditions(trigger_, ofExpression_, findings_);
     for (const auto key : {"load-context"sv, "request-method"sv}) warnOfLoss(key);
     for (const auto key :
          {"top-url-filter-is-case-sensitive"sv, "frame-url-filter-is-case-sensitive"sv}) {
@@ -108,8 +108,8 @@ class TriggerLinter {
                    "The \"url-filter\" is empty. Write \".*\" to mean every address.");
     }
     if (const auto reason = lintURLFilter(*filter)) {
-      return error("url-filter",
-                   fmt::format("The browser refuses the regular expression: {}.", *reason));
+      return findings_.add(ofExpression_, "trigger.url-filter",
+                           fmt::format("The browser refuses the regular expression: {}.", *reason));
     }
     if (filter->size() > longestURLFilter) {
       warn("url-filter", fmt::format("The regular expression has {} characters. The browser needs "
@@ -190,19 +190,20 @@ class TriggerLinter {
   }
 
   const JSONValue& trigger_;
+  Severity ofExpression_;
   Findings& findings_;
 };
 
 }  // namespace
 
-void lintTrigger(const JSONValue& trigger, Findings& findings) {
+void lintTrigger(const JSONValue& trigger, Severity ofExpression, Findings& findings) {
   if (!trigger.exists()) return findings.error("trigger", "The rule has no \"trigger\".");
   if (!trigger.object()) {
     return findings.error(
         "trigger",
         fmt::format("The \"trigger\" is {}, but it has to be an object.", kindOf(trigger)));
   }
-  TriggerLinter(trigger, findings).lint();
+  TriggerLinter(trigger, ofExpression, findings).lint();
 }
 
 }  // namespace orvane

@@ -5,7 +5,8 @@
 
 namespace orvane {
 
-/// Collects what is wrong with the trigger of a rule.
-void lintTrigger(const JSONValue& trigger, Findings& findings);
+/// Collects what is wrong with the trigger of a rule. `ofExpression` is the severity of a regular
+/// expression that the browser refuses: it looks at none in a rule that it drops.
+void lintTrigger(const JSONValue& trigger, Severity ofExpression, Findings& findings);
 
 }  // namespace orvane
