@@ -22,6 +22,12 @@ std::optional<std::string_view> JSONValue::string() const {
   return text;
 }
 
+std::optional<double> JSONValue::number() const {
+  double value = 0;
+  if (!element_ || element_->get(value) != simdjson::SUCCESS) return std::nullopt;
+  return value;
+}
+
 bool JSONValue::boolValue() const {
   bool value = false;
   return element_ && element_->get(value) == simdjson::SUCCESS && value;

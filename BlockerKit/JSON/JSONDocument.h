@@ -22,6 +22,12 @@ class JSONValue {
   /// members with the same key it is the last, as it is for the browser.
   JSONValue operator[](std::string_view key) const;
 
+  /// Whether there is a value at all; null is one.
+  bool exists() const { return element_.has_value(); }
+  /// Whether this is true or false.
+  bool isBool() const { return element_ && element_->is_bool(); }
+  /// The number, or nothing when this is not a number.
+  std::optional<double> number() const;
   /// The text, or nothing when this is not a string.
   std::optional<std::string_view> string() const;
   /// The text, empty when this is not a string.

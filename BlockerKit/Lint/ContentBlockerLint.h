@@ -1,0 +1,23 @@
+#pragma once
+
+#include <vector>
+
+#include "BlockerKit/JSON/JSONDocument.h"
+#include "BlockerKit/Lint/Finding.h"
+
+namespace orvane {
+
+/// What the lint has to say about one rule of the browser's list.
+struct BlockerLint {
+  std::vector<Finding> findings;
+  /// The browser leaves this rule out in silence, unless it refuses it.
+  bool isDropped = false;
+
+  /// The browser refuses every list that holds the rule.
+  bool isRefused() const;
+};
+
+/// Judges one element of the browser's list, whatever kind of value it is.
+BlockerLint lintContentBlocker(const JSONValue& blocker);
+
+}  // namespace orvane
