@@ -8,6 +8,7 @@
 #include <glib.h>
 #include <unistd.h>
 
+#include "Apps/Companion/RefusedRules.h"
 #include "BlockerKit/Catalogue/EnabledBlockers.h"
 #include "BlockerKit/Support/Stopwatch.h"
 #include "Linux/Posix/ProgramFolder.h"
@@ -118,9 +119,9 @@ int runRebuildCommand(LinuxPlatform& machine) {
   const auto failure = reload(browser);
   progress.clear();
   if (failure) {
-    return failed(
-        fmt::format("The browser did not take the list: {}\nThe last good list stays in force.",
-                    failure->localizedDescription));
+    std::string reason = "The browser did not take the list: " + failure->localizedDescription;
+    for (const auto& line : refusedRules(catalogue)) reason += "\n" + line;
+    return failed(reason + "\nThe last good list stays in force.");
   }
   stopwatch.stop();
   fmt::print("The browser has the new list: {} rules from {} packages ({:.1f} s).\n",

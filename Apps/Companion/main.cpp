@@ -1,6 +1,10 @@
+#include <string>
+#include <vector>
+
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
+#include "Apps/Companion/CheckCommand.h"
 #include "Apps/Companion/DiagnosticLog.h"
 #include "Apps/Companion/PackagesCommand.h"
 #include "Apps/Companion/RebuildCommand.h"
@@ -36,7 +40,12 @@ int run(int argc, char** argv) {
   auto* packages = app.add_subcommand("packages", "List the packages");
   bool asJSON = false;
   packages->add_flag("--json", asJSON, "Print JSON");
+  auto* check = app.add_subcommand("check", "Say what is wrong with lists and packages");
+  std::vector<std::string> checkedFiles;
+  check->add_option("FILE", checkedFiles, "A list, a package or a list of packages")->required();
+  check->add_flag("--json", asJSON, "Print JSON");
   CLI11_PARSE(app, argc, argv);
+  if (check->parsed()) return runCheckCommand(checkedFiles, asJSON);
 
   const auto log = openDiagnosticLog(XDGDirectories::ofThisProcess().state);
   LinuxPlatform machine(log.get());

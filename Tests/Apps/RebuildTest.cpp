@@ -90,6 +90,7 @@ TEST_F(Rebuild, refusedListLeavesTheLastGoodOneInForce) {
   EXPECT_EQ(run.output, "");
   EXPECT_THAT(run.errors, HasSubstr("orvane: The browser did not take the list: "
                                     "Invalid or unsupported regular expression."));
+  EXPECT_THAT(run.errors, HasSubstr("\npackage mine, rule r (My rule): trigger.url-filter: "));
   EXPECT_THAT(run.errors, HasSubstr("The last good list stays in force."));
   EXPECT_EQ(get(container() / "CompiledLists/current"), current);
 }
