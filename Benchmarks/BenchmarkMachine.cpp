@@ -32,8 +32,7 @@ BenchmarkMachine::BenchmarkMachine(const Scenario& scenario)
 
 void BenchmarkMachine::rebuild() {
   PersistentStore store(platform_);
-  const auto packages = store.readAllPackages();
-  const auto blockers = enabledBlockers(packages, {}, scenario_.disabledRuleIDs);
+  const auto blockers = enabledBlockers(store.readAllPackages(), {}, scenario_.disabledRuleIDs);
   require(store.writeBlockersToSafariJSONFile(blockers), "The list cannot be written");
 }
 
