@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include <fmt/format.h>
@@ -95,11 +96,11 @@ int runRebuildCommand(LinuxPlatform& machine) {
 
   progress.show("Reading the packages");
   store.settleIdentifiers();
-  const auto catalogue = store.readAllPackages();
+  auto catalogue = store.readAllPackages();
   if (!hasPreinstalledPackage(catalogue)) {
     return failed("The pre-installed packages cannot be found; the blocker list stays as it is.");
   }
-  const auto blockers = enabledBlockers(catalogue, {}, {});
+  const auto blockers = enabledBlockers(std::move(catalogue), {}, {});
   if (blockers.size() > mostBlockers) {
     return failed(fmt::format("There are {} rules, and the browser takes {} at the most.",
                               blockers.size(), mostBlockers));

@@ -18,4 +18,10 @@ std::vector<Blocker> enabledBlockers(std::span<const Package> packages,
                                      const std::vector<std::string>& disabledPackageIDs,
                                      const DisabledRuleIDs& disabledRuleIDs);
 
+/// The same for packages that are not needed any more: their blockers are moved, not copied, and
+/// what is left of them has no defined value.
+std::vector<Blocker> enabledBlockers(std::vector<Package>&& packages,
+                                     const std::vector<std::string>& disabledPackageIDs,
+                                     const DisabledRuleIDs& disabledRuleIDs);
+
 }  // namespace orvane

@@ -67,7 +67,7 @@ TEST(EnabledBlockersTest, ADisabledPackageNeedsNoEntryForItsRules) {
 }
 
 TEST(EnabledBlockersTest, AnEmptyCatalogueGivesAnEmptyList) {
-  EXPECT_TRUE(enabledBlockers({}, {"ads"}, {{"ads", {"1"}}}).empty());
+  EXPECT_TRUE(enabledBlockers(std::vector<Package>(), {"ads"}, {{"ads", {"1"}}}).empty());
 }
 
 TEST(EnabledBlockersTest, EveryRuleWithADisabledIdIsLeftOut) {
@@ -115,7 +115,11 @@ RC_GTEST_PROP(EnabledBlockersProperties, AgreesWithTheDefinition, ()) {
   const auto disabledRuleIDs = *rc::gen::container<DisabledRuleIDs>(fewIdentifiers(), ids);
   const auto expected = naiveEnabledBlockers(packages, disabledPackageIDs, disabledRuleIDs);
   RC_CLASSIFY(!expected.empty(), "some enabled");
+  const auto untouched = packages;
   RC_ASSERT(enabledBlockers(packages, disabledPackageIDs, disabledRuleIDs) == expected);
+  RC_ASSERT(packages == untouched);
+  RC_ASSERT(enabledBlockers(std::vector<Package>(packages), disabledPackageIDs, disabledRuleIDs) ==
+            expected);
 }
 
 RC_GTEST_PROP(EnabledBlockersProperties, TheListsOfPackagesFollowEachOther, ()) {

@@ -1,0 +1,28 @@
+#include <cstdlib>
+#include <vector>
+
+#include <benchmark/benchmark.h>
+
+#include "Benchmarks/Benchmarks.h"
+
+int main(int argc, char** argv) {
+  using namespace orvane::benchmarks;
+  benchmark::Initialize(&argc, argv);
+  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+
+  std::vector<Scenario> scenarios;
+  for (const std::size_t ruleCount : {1'000U, 10'000U, 150'000U}) {
+    scenarios.push_back(generatedScenario(ruleCount));
+  }
+  if (const char* list = std::getenv("ORVANE_BENCHMARK_LIST")) {
+    scenarios.push_back(scenarioFromList(list));
+  }
+  for (const auto& scenario : scenarios) registerRebuild(scenario);
+  for (const auto& scenario : scenarios) registerEdits(scenario);
+#ifdef ORVANE_DESKTOP
+  for (const auto& scenario : scenarios) registerCompile(scenario);
+#endif
+  benchmark::RunSpecifiedBenchmarks();
+  benchmark::Shutdown();
+  return 0;
+}
