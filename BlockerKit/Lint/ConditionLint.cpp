@@ -66,6 +66,11 @@ class ConditionLinter {
           path_, fmt::format("An element of \"{}\" is {}, but it has to be a text.", condition_.key,
                              kindOf(value)));
     }
+    if (text->empty()) {
+      return findings_.error(
+          path_, fmt::format("An element of \"{}\" is an empty text, which the browser refuses.",
+                             condition_.key));
+    }
     if (condition_.hasDomains) return lintDomainElement(*text);
     if (const auto reason = lintURLFilter(*text)) {
       findings_.add(ofExpression_, path_,

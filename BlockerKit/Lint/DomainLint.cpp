@@ -38,9 +38,6 @@ bool fitsHostName(char character) {
 }  // namespace
 
 std::optional<DomainProblem> lintDomain(std::string_view domain, Severity ofExpression) {
-  if (domain.empty()) {
-    return DomainProblem{Severity::Error, "A domain is an empty text, which the browser refuses."};
-  }
   if (!std::all_of(domain.begin(), domain.end(), isASCII)) {
     return problem(Severity::Error, domain, "is not ASCII. Write it in Punycode (\"xn--…\").");
   }

@@ -114,7 +114,8 @@ class SelectorReader {
   /// Reads the name of an element or an attribute, if there is one, with its namespace.
   bool readName() {
     const bool hasPrefix = nextIs(CSSTokenType::Ident) || nextIsDelimiter('*');
-    const bool isDeclared = !nextIs(CSSTokenType::Ident);
+    // An escaped "*" is any namespace too.
+    const bool isDeclared = hasPrefix && tokens_[at_].text == "*";
     const std::size_t begin = at_;
     if (hasPrefix) ++at_;
     if (!nextIsDelimiter('|')) return true;
