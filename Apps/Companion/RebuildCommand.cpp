@@ -7,6 +7,7 @@
 
 #include <fmt/format.h>
 #include <glib.h>
+#include <tl/expected.hpp>
 #include <unistd.h>
 
 #include "Apps/Companion/RefusedRules.h"
@@ -35,11 +36,6 @@ class Progress {
  private:
   bool isTerminal_ = ::isatty(STDERR_FILENO) == 1;
 };
-
-int failed(const std::string& reason) {
-  fmt::print(stderr, "orvane: {}\n", reason);
-  return 1;
-}
 
 ContentBlockerManager makeBrowser(const LinuxPlatform& machine, PersistentStore& store) {
   const auto list = store.pathToSafariJSON();
@@ -85,48 +81,64 @@ bool hasPreinstalledPackage(const std::vector<Package>& catalogue) {
   });
 }
 
-}  // namespace
+std::string refusal(PersistentStore& store, const NSError& failure) {
+  std::string reason = "The browser did not take the list: " + failure.localizedDescription + "\n";
+  for (const auto& line : refusedRules(store.readAllPackages())) reason += line + "\n";
+  return reason + "The last good list stays in force.";
+}
 
-int runRebuildCommand(LinuxPlatform& machine) {
-  Process process(machine.platform());
-  auto& store = process.store();
-  const Progress progress;
-  Stopwatch stopwatch;
-  stopwatch.start();
+struct Rebuilt {
+  std::size_t rules;
+  std::size_t packages;
+};
 
+/// Does all of it but the talking; the error is a text for the user.
+tl::expected<Rebuilt, std::string> rebuild(PersistentStore& store, SFContentBlockerManager& browser,
+                                           const Progress& progress) {
   progress.show("Reading the packages");
   store.settleIdentifiers();
   auto catalogue = store.readAllPackages();
   if (!hasPreinstalledPackage(catalogue)) {
-    return failed("The pre-installed packages cannot be found; the blocker list stays as it is.");
+    return tl::unexpected<std::string>(
+        "The pre-installed packages cannot be found; the blocker list stays as it is.");
   }
+  const auto packageCount = catalogue.size();
   const auto blockers = enabledBlockers(std::move(catalogue), {}, {});
   if (blockers.size() > mostBlockers) {
-    return failed(fmt::format("There are {} rules, and the browser takes {} at the most.",
-                              blockers.size(), mostBlockers));
+    return tl::unexpected(fmt::format("There are {} rules, and the browser takes {} at the most.",
+                                      blockers.size(), mostBlockers));
   }
 
   progress.show("Writing the blocker list");
   const bool written = blockers.empty() ? store.writeBlockersToSafariJSONFile(std::nullopt)
                                         : store.writeBlockersToSafariJSONFile(blockers);
   if (!written) {
-    progress.clear();
-    return failed(
+    return tl::unexpected(
         fmt::format("The blocker list '{}' cannot be written.", store.pathToSafariJSON().string()));
   }
 
   progress.show("Compiling it for the browser");
-  auto browser = makeBrowser(machine, store);
-  const auto failure = reload(browser);
-  progress.clear();
-  if (failure) {
-    std::string reason = "The browser did not take the list: " + failure->localizedDescription;
-    for (const auto& line : refusedRules(catalogue)) reason += "\n" + line;
-    return failed(reason + "\nThe last good list stays in force.");
-  }
+  if (const auto failure = reload(browser)) return tl::unexpected(refusal(store, *failure));
+  return Rebuilt{blockers.size(), packageCount};
+}
+
+}  // namespace
+
+int runRebuildCommand(LinuxPlatform& machine) {
+  Process process(machine.platform());
+  auto browser = makeBrowser(machine, process.store());
+  const Progress progress;
+  Stopwatch stopwatch;
+  stopwatch.start();
+  const auto rebuilt = rebuild(process.store(), browser, progress);
   stopwatch.stop();
+  progress.clear();
+  if (!rebuilt) {
+    fmt::print(stderr, "orvane: {}\n", rebuilt.error());
+    return 1;
+  }
   fmt::print("The browser has the new list: {} rules from {} packages ({:.1f} s).\n",
-             blockers.size(), catalogue.size(), stopwatch.elapsed());
+             rebuilt->rules, rebuilt->packages, stopwatch.elapsed());
   if (const auto notice = reservation(browser); !notice.empty()) fmt::print("{}\n", notice);
   return 0;
 }
