@@ -41,9 +41,7 @@ class Checker {
 
   CheckReport check() {
     if (skipJSONWhitespace(json_, 0) == json_.size()) {
-      reject(
-          "The file is empty. Even a list without rules is not empty, but the browser refuses it "
-          "too.");
+      reject("The file is empty, and the browser refuses an empty file.");
       return std::move(report_);
     }
     const auto document = JSONDocument::parse(std::string(json_));

@@ -1,9 +1,12 @@
 #include <cstdint>
 #include <cstdlib>
 #include <string>
+#include <string_view>
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
+#include "BlockerKit/Lint/Check.h"
 #include "BlockerKit/Lint/ContentBlockerLint.h"
 #include "Tests/Linux/WebKitGTK/BlockerGenerator.h"
 #include "Tests/Linux/WebKitGTK/BrowserProcess.h"
@@ -69,6 +72,59 @@ TEST(LintAgreementTest, LintAndBrowserJudgeGeneratedRulesAlike) {
   }
   // A generator that only makes rules of one kind would prove nothing.
   for (const auto number : verdicts) EXPECT_GT(number, count / 20);
+}
+
+constexpr std::string_view goodRule = R"({"trigger":{"url-filter":"a"},"action":{"type":"block"}})";
+constexpr std::string_view droppedRule =
+    R"({"trigger":{"url-filter":"a"},"action":{"type":"css-display-none","selector":"("}})";
+
+std::string repeated(std::string_view text, std::size_t count) {
+  std::string result;
+  for (; count > 0; --count) result += text;
+  return result;
+}
+
+/// A list of `rules`, each with a comma behind it, and of a good rule.
+std::string listOf(std::string_view rules) { return fmt::format("[{}{}]", rules, goodRule); }
+
+std::string nested(std::string_view open, std::string_view close, std::size_t levels) {
+  return fmt::format(
+      R"([{{"x":{}1{},"trigger":{{"url-filter":"a"}},"action":{{"type":"block"}}}}])",
+      repeated(open, levels), repeated(close, levels));
+}
+
+TEST(LintAgreementTest, LintAndBrowserJudgeListsAlike) {
+  const TemporaryDirectory store;
+  BrowserProcess browser(store.path());
+  const std::string goodRules = repeated(std::string(goodRule) + ",", 149999);
+  for (const auto& list : {
+           std::string(),
+           std::string(" \n"),
+           std::string("[]"),
+           std::string("{}"),
+           std::string("7"),
+           std::string("null"),
+           std::string("[7]"),
+           listOf(""),
+           listOf(std::string(droppedRule) + ","),
+           fmt::format("[{}]", droppedRule),
+           fmt::format("[{},{}]", droppedRule, droppedRule),
+           "\xEF\xBB\xBF" + listOf(""),
+           listOf("") + ",",
+           listOf(","),
+           listOf("// why\n"),
+           nested("[", "]", 997),
+           nested("[", "]", 998),
+           nested("[", "]", 999),
+           nested("{\"a\":", "}", 997),
+           nested("{\"a\":", "}", 998),
+           listOf(goodRules),
+           listOf(goodRules + std::string(goodRule) + ","),
+       }) {
+    const auto answer = browser.compile(list);
+    EXPECT_EQ(checkText(list).hasErrors(), !answer.empty())
+        << list.substr(0, 100) << "\nbrowser: " << answer;
+  }
 }
 
 }  // namespace
