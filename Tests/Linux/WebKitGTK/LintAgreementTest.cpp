@@ -94,7 +94,7 @@ std::string nested(std::string_view open, std::string_view close, std::size_t le
 }
 
 TEST(LintAgreementTest, LintAndBrowserJudgeListsAlike) {
-  const TemporaryDirectory store;
+  const test::TemporaryDirectory store;
   BrowserProcess browser(store.path());
   const std::string goodRules = repeated(std::string(goodRule) + ",", 149999);
   for (const auto& list : {
