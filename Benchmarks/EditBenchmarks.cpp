@@ -27,7 +27,7 @@ void edit(benchmark::State& state, const Scenario& scenario, const Edit& edit) {
   work();
   if (machine.read(list) == machine.list()) fatalError("The edit changes nothing", "Benchmarks");
   measureBeside(state, restore, work, copy);
-  state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * machine.list().size()));
+  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(machine.list().size()));
   state.counters["rules"] = static_cast<double>(machine.ruleCount());
 }
 

@@ -17,7 +17,7 @@ void rebuild(benchmark::State& state, const Scenario& scenario) {
   };
   measureBeside(
       state, [] {}, [&] { machine.rebuild(); }, floor);
-  state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * bytes));
+  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(bytes));
   state.counters["rules"] = static_cast<double>(machine.ruleCount());
 }
 

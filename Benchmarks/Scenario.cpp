@@ -1,6 +1,6 @@
 #include "Benchmarks/Scenario.h"
 
-#include <cstdint>
+#include <array>
 #include <filesystem>
 #include <utility>
 
@@ -24,11 +24,11 @@ std::string identifier(std::size_t number) {
 }
 
 std::string siteName(std::size_t number) {
-  static constexpr const char* words[] = {"media", "static", "news",  "shop",  "track",
-                                          "click", "banner", "pixel", "metric"};
-  static constexpr const char* endings[] = {"com", "net", "org", "de", "co.uk", "ru", "io"};
-  return fmt::format("{}{}-{}.{}", words[number % 9], number, words[number / 9 % 9],
-                     endings[number % 7]);
+  static constexpr std::array words{"media", "static", "news",  "shop",  "track",
+                                    "click", "banner", "pixel", "metric"};
+  static constexpr std::array endings{"com", "net", "org", "de", "co.uk", "ru", "io"};
+  return fmt::format("{}{}-{}.{}", words[number % words.size()], number,
+                     words[number / words.size() % words.size()], endings[number % endings.size()]);
 }
 
 Blocker hostBlocker(std::size_t number) {

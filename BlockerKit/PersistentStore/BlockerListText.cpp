@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <initializer_list>
 
 #include <fmt/format.h>
 
@@ -85,11 +86,18 @@ std::optional<std::vector<std::string>> domainEntries(std::string_view text, std
   return entries;
 }
 
-std::string replacing(std::string_view text, Range range, std::string_view replacement) {
+/// The parts one behind the other, with room made once: a list is too large to be moved again.
+std::string concatenated(std::initializer_list<std::string_view> parts) {
+  std::size_t size = 0;
+  for (const auto part : parts) size += part.size();
   std::string result;
-  result.reserve(text.size() + replacement.size());
-  result.append(text.substr(0, range.begin)).append(replacement).append(text.substr(range.end));
+  result.reserve(size);
+  for (const auto part : parts) result.append(part);
   return result;
+}
+
+std::string replacing(std::string_view text, Range range, std::string_view replacement) {
+  return concatenated({text.substr(0, range.begin), replacement, text.substr(range.end)});
 }
 
 /// A blocker together with the comma behind it or, for the last one, before it.
@@ -104,11 +112,11 @@ Range withAdjacentComma(std::string_view list, Range blocker) {
 }  // namespace
 
 std::string prependingToList(std::string_view list, std::string_view blocker) {
-  return fmt::format("[{},{}", blocker, withoutFirstCharacter(list));
+  return concatenated({"[", blocker, ",", withoutFirstCharacter(list)});
 }
 
 std::string appendingToList(std::string_view list, std::string_view blocker) {
-  return fmt::format("{},{}]", withoutLastCharacter(list), blocker);
+  return concatenated({withoutLastCharacter(list), ",", blocker, "]"});
 }
 
 DomainRemoval removingDomain(std::string_view list, std::string_view marker,

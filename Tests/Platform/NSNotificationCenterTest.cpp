@@ -166,6 +166,7 @@ TEST_F(NSNotificationCenterTest, SeveralThreadsMayPostAndObserveAtOnce) {
   std::atomic<int> heardByPasserBy = 0;
   const auto observation = center.addObserver("n", [&](const auto&) { ++heard; });
   std::vector<std::thread> threads;
+  threads.reserve(threadCount);
   for (int thread = 0; thread < threadCount; ++thread) {
     threads.emplace_back([&] {
       for (int round = 0; round < rounds; ++round) {

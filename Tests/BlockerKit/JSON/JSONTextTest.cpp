@@ -60,7 +60,7 @@ TEST(JSONTextTest, ANumberOrAWordEndsAtWhatStandsBehindIt) {
 }
 
 TEST(JSONTextTest, AValueThatNeverEndsHasNoEnd) {
-  for (const char* text : {"", "[", "{", "[[]", "{\"a\":1", "[\"]", "[\"\\\"]", "{\"a\":{}"}) {
+  for (const char* text : {"", "[", "{", "[[]", "{\"a\":1", "[\"]", R"(["\"])", "{\"a\":{}"}) {
     EXPECT_EQ(endOfJSONValue(text, 0), npos) << text;
   }
 }

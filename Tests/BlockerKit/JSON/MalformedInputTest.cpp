@@ -68,8 +68,8 @@ TEST(MalformedInputTest, WhatIsNotStrictJSONIsNoDocument) {
                            "[] []",       "[]]",
                            "[[]",         "{]",
                            "[}",          "// comment\n[]",
-                           "[\"a\nb\"]",  "[\"\\x41\"]",
-                           "[\"\\u12\"]", "[\"\\u12g4\"]",
+                           "[\"a\nb\"]",  R"(["\x41"])",
+                           R"(["\u12"])", R"(["\u12g4"])",
                            "\"",          "[\"a]",
                            "nul"}) {
     expectNoDocument(text);

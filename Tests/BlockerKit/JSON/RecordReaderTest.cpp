@@ -20,6 +20,7 @@ std::string ruleJSON(std::string_view id, std::string_view content) {
 
 std::vector<std::string> idsOf(const std::vector<Rule>& rules) {
   std::vector<std::string> ids;
+  ids.reserve(rules.size());
   for (const auto& rule : rules) ids.push_back(rule.id);
   return ids;
 }

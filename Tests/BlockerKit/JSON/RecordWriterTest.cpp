@@ -1,5 +1,6 @@
+#include <array>
 #include <functional>
-#include <memory>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -119,7 +120,7 @@ TEST(RecordWriterTest, AnEmptyTextIsTwoQuotes) {
   EXPECT_EQ(toJSON(std::string_view()), "\"\"");
 }
 
-constexpr std::string_view invalidTexts[] = {
+constexpr std::array<std::string_view, 9> invalidTexts{
     "\x80",              // a continuation without a beginning
     "\xC3",              // cut off
     "\xE2\x82",          // cut off later
@@ -146,10 +147,8 @@ TEST(RecordWriterTest, ATextEndsWhereItsViewEnds) {
   EXPECT_FALSE(toJSON(euro.substr(0, 2)).has_value());
   EXPECT_EQ(toJSON(std::string_view("abc").substr(0, 2)), "\"ab\"");
   // A block of exactly this size, so that a read beyond it is noticed.
-  const auto block = std::make_unique<char[]>(2);
-  block[0] = euro[0];
-  block[1] = euro[1];
-  EXPECT_FALSE(toJSON(std::string_view(block.get(), 2)).has_value());
+  const std::vector<char> block(euro.begin(), euro.begin() + 2);
+  EXPECT_FALSE(toJSON(std::string_view(block.data(), block.size())).has_value());
 }
 
 TEST(RecordWriterTest, InvalidTextAnywhereInARecordIsTheCallersError) {

@@ -60,6 +60,7 @@ RC_GTEST_PROP(RoundTrip, WhatIsWrittenHasNoWhiteSpaceBetweenTokens, ()) {
 RC_GTEST_PROP(RoundTrip, AListOfBlockersIsTheirObjectsInOrder, ()) {
   const auto list = *rc::gen::container<std::vector<Blocker>>(blockers());
   std::vector<std::string> objects;
+  objects.reserve(list.size());
   for (const auto& blocker : list) objects.push_back(toJSON(blocker).value());
   RC_ASSERT(toJSON(std::span<const Blocker>(list)) ==
             arrayOf(fmt::format("{}", fmt::join(objects, ","))));

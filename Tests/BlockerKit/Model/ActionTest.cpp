@@ -1,3 +1,5 @@
+#include <array>
+
 #include <gtest/gtest.h>
 
 #include "BlockerKit/Model/Action.h"
@@ -5,9 +7,8 @@
 namespace orvane {
 namespace {
 
-constexpr ActionType typesWithoutSelector[] = {ActionType::Block, ActionType::BlockCookies,
-                                               ActionType::IgnorePreviousRules,
-                                               ActionType::makeHttps};
+constexpr std::array typesWithoutSelector{ActionType::Block, ActionType::BlockCookies,
+                                          ActionType::IgnorePreviousRules, ActionType::makeHttps};
 
 TEST(ActionTest, HideWithoutSelectorIsNoAction) {
   EXPECT_FALSE(Action::make(ActionType::Hide));

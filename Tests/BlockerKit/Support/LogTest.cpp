@@ -10,7 +10,7 @@ namespace {
 /// Notices when somebody turns it into text.
 struct Loud {
   bool* formatted;
-  friend std::ostream& operator<<(std::ostream& os, const Loud& loud) {
+  [[maybe_unused]] friend std::ostream& operator<<(std::ostream& os, const Loud& loud) {
     *loud.formatted = true;
     return os;
   }
