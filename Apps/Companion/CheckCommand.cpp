@@ -132,13 +132,13 @@ int runCheckCommand(const std::vector<std::string>& files, bool asJSON) {
   writer.StartArray();
   int status = accepted;
   for (const auto& file : files) {
-    auto text = fileSystem.read(file);
+    const auto text = fileSystem.read(file);
     if (!text) {
       fmt::print(stderr, "orvane: {}\n", text.error().localizedDescription);
       status = unreadable;
       continue;
     }
-    const auto report = checkText(std::move(*text));
+    const auto report = checkText(*text);
     if (report.hasErrors()) status = std::max<int>(status, refused);
     if (asJSON) {
       writeReport(writer, file, report);

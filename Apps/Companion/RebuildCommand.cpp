@@ -39,7 +39,9 @@ class Progress {
 
 ContentBlockerManager makeBrowser(const LinuxPlatform& machine, PersistentStore& store) {
   const auto list = store.pathToSafariJSON();
-  return {BrowserSettings(machine.directories().config.value_or("") / "orvane" / "browser.ini"),
+  const auto config = machine.directories().config;
+  const auto settings = config ? *config / "orvane" / "browser.ini" : std::filesystem::path();
+  return {BrowserSettings(settings),
           {.helper = programFolder() / "orvane-compile",
            .blockerList = list,
            .compiledLists = list.parent_path() / "CompiledLists"}};

@@ -18,10 +18,8 @@ std::string compilerVersion() {
                      webkit_get_micro_version());
 }
 
-bool isInForceAndIntact(CompiledListDirectory& directory, const std::string& name) {
-  const auto current = directory.current();
-  return current && current->name == name && current->compiler == compilerVersion() &&
-         directory.checksumOf(name) == current->checksum;
+bool isIntact(CompiledListDirectory& directory, const CompiledList& list) {
+  return list.compiler == compilerVersion() && directory.checksumOf(list.folder) == list.checksum;
 }
 
 /// Makes the list that `source` holds once the lock is ours the current one. Of several that run at
@@ -33,22 +31,36 @@ Expected<void> compile(const std::filesystem::path& source, CompiledListDirector
   if (!lock) return tl::unexpected(lock.error());
   const auto json = files.read(source);
   if (!json) return tl::unexpected(json.error());
-  const auto name = CompiledListDirectory::nameFor(*json);
-  if (isInForceAndIntact(directory, name)) return {};
-
+  const auto hash = CompiledListDirectory::hashOf(*json);
   const auto previous = directory.current();
-  directory.remove(name);
-  auto compiled =
-      ListCompiler(directory.folderOf(name)).compile(CompiledListDirectory::identifier, *json);
-  if (!compiled) {
-    directory.remove(name);
-    return compiled;
+  if (previous && previous->source == hash && isIntact(directory, *previous)) return {};
+
+  const auto folder = directory.newFolderFor(hash);
+  const auto made =
+      ListCompiler(directory.pathOf(folder))
+          .compile(CompiledListDirectory::identifier, *json)
+          .and_then([&]() -> Expected<void> {
+            const auto checksum = directory.checksumOf(folder);
+            if (checksum) {
+              return directory.setCurrent({hash, folder, *checksum, compilerVersion()});
+            }
+            return tl::unexpected(NSError{"orvane", 1, "The compiled list cannot be read."});
+          });
+  if (!made) {
+    directory.remove(folder);
+    return made;
   }
-  const auto checksum = directory.checksumOf(name);
-  if (!checksum) return tl::unexpected(NSError{"orvane", 1, "The compiled list cannot be read."});
-  if (auto moved = directory.setCurrent({name, *checksum, compilerVersion()}); !moved) return moved;
-  directory.removeAllBut(name, previous ? previous->name : name);
+  directory.removeAllBut(folder, previous ? previous->folder : folder);
   return {};
+}
+
+int run(const std::filesystem::path& list, const std::filesystem::path& folder) {
+  PosixFileSystem files;
+  CompiledListDirectory directory(files, folder);
+  const auto result = compile(list, directory);
+  if (result) return 0;
+  fmt::print("{}\n", result.error().localizedDescription);
+  return 1;
 }
 
 }  // namespace
@@ -57,14 +69,14 @@ Expected<void> compile(const std::filesystem::path& source, CompiledListDirector
 /// noise.
 int main(int argc, char** argv) {
   if (argc != 3) {
-    fmt::print(stderr, "usage: orvane-compile LIST FOLDER\n");
+    static_cast<void>(std::fputs("usage: orvane-compile LIST FOLDER\n", stderr));
     return 2;
   }
   ::umask(S_IRWXG | S_IRWXO);  // The browser's own store would make files that others can read.
-  PosixFileSystem files;
-  CompiledListDirectory directory(files, argv[2]);
-  const auto result = compile(argv[1], directory);
-  if (result) return 0;
-  fmt::print("{}\n", result.error().localizedDescription);
-  return 1;
+  try {
+    return run(argv[1], argv[2]);
+  } catch (const std::exception& error) {
+    static_cast<void>(std::puts(error.what()));
+    return 1;
+  }
 }

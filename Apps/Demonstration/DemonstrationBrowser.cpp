@@ -8,6 +8,7 @@
 
 #include "Apps/Demonstration/AsyncResult.h"
 #include "Apps/Demonstration/MainLoop.h"
+#include "Linux/GLib/GLibError.h"
 
 namespace orvane {
 namespace {
@@ -17,12 +18,6 @@ constexpr int windowHeight = 960;
 
 /// Scripts run where no script of a page can reach them.
 constexpr const char* scriptWorld = "orvane-demonstration";
-
-NSError taken(GError* error) {
-  NSError result{g_quark_to_string(error->domain), error->code, error->message};
-  g_error_free(error);
-  return result;
-}
 
 WebKitNetworkSession* networkThrough(const std::string& proxyURL) {
   WebKitNetworkSession* network = webkit_network_session_new_ephemeral();
@@ -108,7 +103,7 @@ Expected<void> DemonstrationBrowser::setCookie(const std::string& host, const st
   if (!result) return tl::unexpected(result.error());
   GError* error = nullptr;
   webkit_cookie_manager_add_cookie_finish(cookies, *result, &error);
-  if (error != nullptr) return tl::unexpected(taken(error));
+  if (error != nullptr) return tl::unexpected(takenError(error));
   return {};
 }
 
@@ -140,7 +135,7 @@ Expected<Outcome> DemonstrationBrowser::stateOf(const std::string& elementId) {
   GError* error = nullptr;
   const GObjectPointer<JSCValue> value(
       webkit_web_view_evaluate_javascript_finish(view_, *result, &error));
-  if (!value) return tl::unexpected(taken(error));
+  if (!value) return tl::unexpected(takenError(error));
   gchar* name = jsc_value_to_string(value.get());
   const Outcome outcome = outcomeNamed(name);
   g_free(name);
@@ -156,7 +151,7 @@ Expected<GObjectPointer<GdkTexture>> DemonstrationBrowser::picture() {
   if (!result) return tl::unexpected(result.error());
   GError* error = nullptr;
   GObjectPointer<GdkTexture> texture(webkit_web_view_get_snapshot_finish(view_, *result, &error));
-  if (!texture) return tl::unexpected(taken(error));
+  if (!texture) return tl::unexpected(takenError(error));
   return texture;
 }
 

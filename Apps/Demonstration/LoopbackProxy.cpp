@@ -5,18 +5,13 @@
 #include <fmt/format.h>
 
 #include "Apps/Demonstration/LoopbackCertificate.h"
+#include "Linux/GLib/GLibError.h"
 
 namespace orvane {
 namespace {
 
 /// A page may open many connections at once, and none of them shall be refused.
 constexpr int backlog = 256;
-
-NSError taken(GError* error) {
-  NSError result{g_quark_to_string(error->domain), error->code, error->message};
-  g_error_free(error);
-  return result;
-}
 
 std::string headerOf(SoupServerMessage* message, const char* name) {
   const char* value =
@@ -46,13 +41,13 @@ Expected<GObjectPointer<GSocket>> listeningSocket(std::uint16_t port) {
   GError* error = nullptr;
   GObjectPointer<GSocket> socket(
       g_socket_new(G_SOCKET_FAMILY_IPV4, G_SOCKET_TYPE_STREAM, G_SOCKET_PROTOCOL_TCP, &error));
-  if (!socket) return tl::unexpected(taken(error));
+  if (!socket) return tl::unexpected(takenError(error));
   g_socket_set_listen_backlog(socket.get(), backlog);
   const GObjectPointer<GSocketAddress> address(
       g_inet_socket_address_new_from_string("127.0.0.1", port));
   if (g_socket_bind(socket.get(), address.get(), TRUE, &error) == FALSE ||
       g_socket_listen(socket.get(), &error) == FALSE) {
-    return tl::unexpected(taken(error));
+    return tl::unexpected(takenError(error));
   }
   return socket;
 }
@@ -68,7 +63,7 @@ Expected<std::unique_ptr<LoopbackProxy>> LoopbackProxy::start(std::uint16_t port
   GError* error = nullptr;
   GObjectPointer<GTlsCertificate> certificate(
       g_tls_certificate_new_from_pem(loopbackCertificate, -1, &error));
-  if (!certificate) return tl::unexpected(taken(error));
+  if (!certificate) return tl::unexpected(takenError(error));
   std::unique_ptr<LoopbackProxy> proxy(new LoopbackProxy(std::move(certificate)));
   if (auto listening = proxy->listen(port); !listening) return tl::unexpected(listening.error());
   return proxy;
@@ -104,7 +99,7 @@ Expected<void> LoopbackProxy::listen(std::uint16_t port) {
   if (!socket) return tl::unexpected(socket.error());
   GError* error = nullptr;
   soup_server_listen_socket(server_.get(), socket->get(), SoupServerListenOptions{}, &error);
-  if (error != nullptr) return tl::unexpected(taken(error));
+  if (error != nullptr) return tl::unexpected(takenError(error));
   port_ = portOf(socket->get());
   return {};
 }

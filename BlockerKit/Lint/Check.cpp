@@ -189,6 +189,6 @@ bool CheckReport::hasErrors() const {
   });
 }
 
-CheckReport checkText(std::string text) { return Checker(text).check(); }
+CheckReport checkText(const std::string& text) { return Checker(text).check(); }
 
 }  // namespace orvane

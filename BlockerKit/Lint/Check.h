@@ -50,6 +50,6 @@ struct CheckReport {
 
 /// Says what is wrong with the content of a file: a list for the browser, a list of rules, a
 /// package or a list of packages. Takes any bytes. Time grows linearly with the text.
-CheckReport checkText(std::string text);
+CheckReport checkText(const std::string& text);
 
 }  // namespace orvane

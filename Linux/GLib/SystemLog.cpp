@@ -1,6 +1,5 @@
 #include "Linux/GLib/SystemLog.h"
 
-#define G_LOG_USE_STRUCTURED
 #include <array>
 
 #include <glib.h>

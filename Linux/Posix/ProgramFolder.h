@@ -4,7 +4,7 @@
 
 namespace orvane {
 
-/// The folder that holds the running program.
+/// The folder that holds the running program. The process stops when the system cannot tell.
 std::filesystem::path programFolder();
 
 }  // namespace orvane

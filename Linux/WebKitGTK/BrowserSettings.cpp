@@ -6,16 +6,12 @@
 
 #include <glib.h>
 
+#include "Linux/GLib/GLibError.h"
+
 namespace orvane {
 namespace {
 
 constexpr const char* group = "Content Blockers";
-
-NSError taken(GError* error) {
-  NSError result{g_quark_to_string(error->domain), error->code, error->message};
-  g_error_free(error);
-  return result;
-}
 
 bool isAbsence(const GError* error) {
   return g_error_matches(error, G_FILE_ERROR, G_FILE_ERROR_NOENT) ||
@@ -41,7 +37,7 @@ Expected<bool> BrowserSettings::isContentBlockerEnabled(std::string_view identif
     g_error_free(error);
     return true;
   }
-  return tl::unexpected(taken(error));
+  return tl::unexpected(takenError(error));
 }
 
 }  // namespace orvane

@@ -32,8 +32,14 @@ std::optional<std::string> takeLine(std::string_view& text, std::string_view key
   return value;
 }
 
-bool isListName(std::string_view name) {
-  return name.size() == 32 && name.find_first_not_of("0123456789abcdef") == std::string_view::npos;
+bool isHash(std::string_view text) {
+  return text.size() == 32 && text.find_first_not_of("0123456789abcdef") == std::string_view::npos;
+}
+
+/// A hash, a full stop and a number.
+bool isFolderName(std::string_view name) {
+  return name.size() > 33 && isHash(name.substr(0, 32)) && name[32] == '.' &&
+         name.find_first_not_of("0123456789", 33) == std::string_view::npos;
 }
 
 }  // namespace
@@ -41,50 +47,60 @@ bool isListName(std::string_view name) {
 CompiledListDirectory::CompiledListDirectory(FileSystem& fileSystem, std::filesystem::path path)
     : fileSystem_(fileSystem), path_(std::move(path)) {}
 
-std::string CompiledListDirectory::nameFor(std::string_view json) { return hash(json); }
+std::string CompiledListDirectory::hashOf(std::string_view json) { return hash(json); }
 
 Expected<void> CompiledListDirectory::create() { return fileSystem_.createDirectories(path_); }
 
-std::filesystem::path CompiledListDirectory::folderOf(const std::string& name) const {
-  return path_ / name;
+std::filesystem::path CompiledListDirectory::pathOf(const std::string& folder) const {
+  return path_ / folder;
+}
+
+std::string CompiledListDirectory::newFolderFor(const std::string& source) const {
+  for (int number = 1;; ++number) {
+    auto name = fmt::format("{}.{}", source, number);
+    std::error_code error;
+    if (!std::filesystem::exists(pathOf(name), error)) return name;
+  }
 }
 
 std::optional<CompiledList> CompiledListDirectory::current() {
   const auto contents = fileSystem_.read(path_ / currentFileName);
   if (!contents || !contents->starts_with(formatLine)) return std::nullopt;
   std::string_view text = std::string_view(*contents).substr(formatLine.size());
-  auto name = takeLine(text, "list");
+  auto source = takeLine(text, "source");
+  auto folder = takeLine(text, "folder");
   auto checksum = takeLine(text, "checksum");
   auto compiler = takeLine(text, "compiler");
-  if (!name || !isListName(*name) || !checksum || !compiler) return std::nullopt;
-  return CompiledList{std::move(*name), std::move(*checksum), std::move(*compiler)};
+  if (!source || !isHash(*source) || !folder || !isFolderName(*folder)) return std::nullopt;
+  if (!checksum || !compiler) return std::nullopt;
+  return CompiledList{std::move(*source), std::move(*folder), std::move(*checksum),
+                      std::move(*compiler)};
 }
 
 Expected<void> CompiledListDirectory::setCurrent(const CompiledList& list) {
-  const auto text = fmt::format("{}list {}\nchecksum {}\ncompiler {}\n", formatLine, list.name,
-                                list.checksum, list.compiler);
+  const auto text = fmt::format("{}source {}\nfolder {}\nchecksum {}\ncompiler {}\n", formatLine,
+                                list.source, list.folder, list.checksum, list.compiler);
   return fileSystem_.replace(path_ / currentFileName, text, std::nullopt);
 }
 
-std::optional<std::string> CompiledListDirectory::checksumOf(const std::string& name) {
-  std::error_code error;
-  const std::filesystem::directory_iterator files(folderOf(name), error);
-  if (error || files == std::filesystem::directory_iterator()) return std::nullopt;
-  const auto contents = fileSystem_.read(files->path());
+std::optional<std::string> CompiledListDirectory::checksumOf(const std::string& folder) {
+  const auto contents =
+      fileSystem_.read(pathOf(folder) / fmt::format("ContentRuleList-{}", identifier));
   if (!contents) return std::nullopt;
   return hash(*contents);
 }
 
-void CompiledListDirectory::remove(const std::string& name) {
+void CompiledListDirectory::remove(const std::string& folder) {
   std::error_code ignored;  // What cannot be removed now is tried again after the next compile.
-  std::filesystem::remove_all(folderOf(name), ignored);
+  std::filesystem::remove_all(pathOf(folder), ignored);
 }
 
 void CompiledListDirectory::removeAllBut(const std::string& current, const std::string& previous) {
   std::error_code error;
-  for (const auto& entry : std::filesystem::directory_iterator(path_, error)) {
-    const std::string name = entry.path().filename();
-    if (isListName(name) && name != current && name != previous) remove(name);
+  std::filesystem::directory_iterator entry(path_, error);
+  for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
+    const std::string name = entry->path().filename();
+    if (isFolderName(name) && name != current && name != previous) remove(name);
   }
 }
 

@@ -12,8 +12,10 @@ namespace orvane {
 
 /// A list in the browser's compiled form.
 struct CompiledList {
-  /// The hash of the JSON that it was made from; its folder is called by it.
-  std::string name;
+  /// The hash of the JSON that it was made from.
+  std::string source;
+  /// The name of the folder that holds it, which no other list ever had.
+  std::string folder;
   /// The hash of the compiled file.
   std::string checksum;
   /// The version of the browser engine that compiled it.
@@ -34,26 +36,30 @@ class CompiledListDirectory {
   /// `fileSystem` outlives the directory.
   CompiledListDirectory(FileSystem& fileSystem, std::filesystem::path path);
 
-  /// The name for the list that is made from this JSON.
-  static std::string nameFor(std::string_view json);
+  static std::string hashOf(std::string_view json);
 
   const std::filesystem::path& path() const { return path_; }
   Expected<void> create();
 
-  /// The folder that holds the compiled file of the list with this name.
-  std::filesystem::path folderOf(const std::string& name) const;
+  /// The path of the folder with this name.
+  std::filesystem::path pathOf(const std::string& folder) const;
+
+  /// The name for the folder of a new list that is made from JSON with this hash. No list is there
+  /// yet, not even the remains of one.
+  std::string newFolderFor(const std::string& source) const;
 
   /// The list in force; nothing when there is none, or when the file that names it makes no sense.
   std::optional<CompiledList> current();
   Expected<void> setCurrent(const CompiledList& list);
 
-  /// The hash of the compiled file in the folder of that name; nothing when it cannot be read.
-  std::optional<std::string> checksumOf(const std::string& name);
+  /// The hash of the compiled file in that folder; nothing when it cannot be read.
+  std::optional<std::string> checksumOf(const std::string& folder);
 
-  /// Removes the folder of that name and what is in it.
-  void remove(const std::string& name);
+  /// Removes that folder and what is in it.
+  void remove(const std::string& folder);
 
-  /// Removes every list but these two; a browser may be just about to load the second.
+  /// Removes the folders of every list, finished or not, but these two; a browser may be just about
+  /// to load the second.
   void removeAllBut(const std::string& current, const std::string& previous);
 
   /// Waits until no other process compiles, and keeps others waiting until the result is destroyed.

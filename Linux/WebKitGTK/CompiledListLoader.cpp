@@ -19,7 +19,7 @@ struct CompiledListLoader::Load {
 CompiledListLoader::CompiledListLoader(CompiledListDirectory directory, BrowserSettings settings,
                                        std::string contentBlockerIdentifier,
                                        WebKitUserContentManager* contentManager, Observer observer)
-    : directory_((static_cast<void>(directory.create()), std::move(directory))),
+    : directory_(std::move(directory)),
       settings_(std::move(settings)),
       contentBlockerIdentifier_(std::move(contentBlockerIdentifier)),
       contentManager_(WEBKIT_USER_CONTENT_MANAGER(g_object_ref(contentManager))),
@@ -34,7 +34,8 @@ CompiledListLoader::~CompiledListLoader() { g_object_unref(contentManager_); }
 
 void CompiledListLoader::update() {
   wanted_.reset();
-  const bool enabled = settings_.isContentBlockerEnabled(contentBlockerIdentifier_).value_or(false);
+  // Settings that cannot be read do not say that the user switched it off.
+  const bool enabled = settings_.isContentBlockerEnabled(contentBlockerIdentifier_).value_or(true);
   const auto current = enabled ? directory_.current() : std::nullopt;
   if (!current) return takeAway();
   if (current == inForce_) return;
@@ -70,7 +71,8 @@ void CompiledListLoader::verify(const CompiledList& list) {
                        [](gpointer data) { delete static_cast<Load*>(data); });
   g_task_run_in_thread(task, [](GTask* running, gpointer, gpointer data, GCancellable*) {
     auto& load = *static_cast<Load*>(data);
-    g_task_return_boolean(running, load.directory.checksumOf(load.list.name) == load.list.checksum);
+    g_task_return_boolean(running,
+                          load.directory.checksumOf(load.list.folder) == load.list.checksum);
   });
   g_object_unref(task);
 }
@@ -90,7 +92,7 @@ void CompiledListLoader::load(const CompiledList& list) {
     }
     if (filter != nullptr) webkit_user_content_filter_unref(filter);
   };
-  auto* store = webkit_user_content_filter_store_new(directory_.folderOf(list.name).c_str());
+  auto* store = webkit_user_content_filter_store_new(directory_.pathOf(list.folder).c_str());
   webkit_user_content_filter_store_load(store, CompiledListDirectory::identifier, nullptr, loaded,
                                         new Load{wanted_, directory_, list});
   g_object_unref(store);

@@ -26,8 +26,8 @@ class CompiledListLoader {
     std::function<void()> damaged;
   };
 
-  /// Starts to load. `directory` is made when it is missing. The loader keeps a reference to
-  /// `contentManager`.
+  /// Starts to load. The folders of the lists and of the settings are made when they are missing.
+  /// The loader keeps a reference to `contentManager`.
   CompiledListLoader(CompiledListDirectory directory, BrowserSettings settings,
                      std::string contentBlockerIdentifier, WebKitUserContentManager* contentManager,
                      Observer observer);

@@ -5,6 +5,8 @@
 
 #include <gio/gio.h>
 
+#include "Linux/GLib/GLibError.h"
+
 namespace orvane {
 namespace {
 
@@ -23,16 +25,14 @@ void later(const std::shared_ptr<void>& lifetime, std::function<void()> work) {
                   [](gpointer data) { delete static_cast<Task*>(data); });
 }
 
-NSError taken(GError* error) {
-  NSError result{g_quark_to_string(error->domain), error->code, error->message};
-  g_error_free(error);
-  return result;
-}
-
-std::string takenText(gchar* text) {
-  std::string result = text == nullptr ? "" : text;
-  g_free(text);
-  return result;
+/// The bytes, which need not be text.
+std::string takenText(GBytes* bytes) {
+  if (bytes == nullptr) return "";
+  gsize size = 0;
+  const auto* data = static_cast<const char*>(g_bytes_get_data(bytes, &size));
+  std::string text(data == nullptr ? "" : data, size);
+  g_bytes_unref(bytes);
+  return text;
 }
 
 struct Compilation {
@@ -60,11 +60,12 @@ void helperEnded(GObject* object, GAsyncResult* result, gpointer data) {
   const std::unique_ptr<Compilation> compilation(static_cast<Compilation*>(data));
   auto* helper = G_SUBPROCESS(object);
   GError* error = nullptr;
-  gchar* output = nullptr;
-  gchar* diagnostics = nullptr;
-  g_subprocess_communicate_utf8_finish(helper, result, &output, &diagnostics, &error);
-  const auto failure =
-      error != nullptr ? taken(error) : outcome(helper, takenText(output), takenText(diagnostics));
+  GBytes* output = nullptr;
+  GBytes* diagnostics = nullptr;
+  g_subprocess_communicate_finish(helper, result, &output, &diagnostics, &error);
+  const auto failure = error != nullptr
+                           ? takenError(error)
+                           : outcome(helper, takenText(output), takenText(diagnostics));
   if (!compilation->lifetime.expired()) compilation->completion(failure);
 }
 
@@ -98,12 +99,13 @@ void ContentBlockerManager::reloadContentBlocker(std::string_view /*identifier*/
                        &error, locations_.helper.c_str(), locations_.blockerList.c_str(),
                        locations_.compiledLists.c_str(), nullptr);
   if (helper == nullptr) {
-    later(lifetime_,
-          [failure = taken(error), completion = std::move(completion)] { completion(failure); });
+    later(lifetime_, [failure = takenError(error), completion = std::move(completion)] {
+      completion(failure);
+    });
     return;
   }
-  g_subprocess_communicate_utf8_async(helper, nullptr, nullptr, helperEnded,
-                                      new Compilation{lifetime_, std::move(completion)});
+  g_subprocess_communicate_async(helper, nullptr, nullptr, helperEnded,
+                                 new Compilation{lifetime_, std::move(completion)});
   g_object_unref(helper);
 }
 

@@ -11,7 +11,7 @@ namespace orvane {
 /// Tells, on the default main context, that a file of a folder was put in place or written anew.
 class InotifyWatch {
  public:
-  /// `folder` must exist, or nothing is ever told. Several changes may be told as one.
+  /// `folder` is made when it is missing. Several changes may be told as one.
   InotifyWatch(const std::filesystem::path& folder, std::string fileName,
                std::function<void()> changed);
   InotifyWatch(const InotifyWatch&) = delete;

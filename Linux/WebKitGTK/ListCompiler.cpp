@@ -2,6 +2,8 @@
 
 #include <webkit/webkit.h>
 
+#include "Linux/GLib/GLibError.h"
+
 namespace orvane {
 
 struct ListCompiler::Store {
@@ -28,9 +30,7 @@ Expected<void> ListCompiler::compile(const std::string& identifier, std::string_
       webkit_user_content_filter_unref(filter);
       return;
     }
-    waiting.result =
-        tl::unexpected(NSError{g_quark_to_string(error->domain), error->code, error->message});
-    g_error_free(error);
+    waiting.result = tl::unexpected(takenError(error));
   };
   // The call parses the text before it returns, so the text need not be copied.
   GBytes* source = g_bytes_new_static(json.data(), json.size());

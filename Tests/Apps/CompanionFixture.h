@@ -72,8 +72,8 @@ class CompanionTest : public ::testing::Test {
   bool browserHasTheList() {
     CompiledListDirectory directory(files, container() / "CompiledLists");
     const auto current = directory.current();
-    return current && current->name == CompiledListDirectory::nameFor(get(list())) &&
-           current->checksum == directory.checksumOf(current->name);
+    return current && current->source == CompiledListDirectory::hashOf(get(list())) &&
+           current->checksum == directory.checksumOf(current->folder);
   }
 
   TemporaryDirectory home;

@@ -30,7 +30,9 @@ constexpr const char* blockPears =
 
 class CompiledListLoaderTest : public testing::Test {
  protected:
-  std::filesystem::path settingsFile() const { return folder_->path() / "browser.ini"; }
+  std::filesystem::path settingsFile() const {
+    return folder_->path() / settingsFolder_ / "browser.ini";
+  }
 
   /// Lets the helper program make `json` the current list.
   void compile(const char* json) {
@@ -52,7 +54,7 @@ class CompiledListLoaderTest : public testing::Test {
     const auto current = directory_.current();
     ASSERT_TRUE(current.has_value());
     const auto file =
-        std::filesystem::directory_iterator(directory_.folderOf(current->name))->path();
+        std::filesystem::directory_iterator(directory_.pathOf(current->folder))->path();
     auto bytes = files_.read(file);
     ASSERT_TRUE(bytes.has_value());
     bytes->back() = static_cast<char>(~bytes->back());
@@ -78,6 +80,7 @@ class CompiledListLoaderTest : public testing::Test {
   }
 
   std::unique_ptr<TemporaryFolder> folder_ = TemporaryFolder::make().value();
+  std::string settingsFolder_;
   PosixFileSystem files_;
   CompiledListDirectory directory_{files_, folder_->path() / "compiled"};
   std::vector<std::optional<CompiledList>> changes_;
@@ -91,12 +94,30 @@ class CompiledListLoaderAloneTest : public CompiledListLoaderTest {
   GObjectPointer<WebKitUserContentManager> contentManager_{webkit_user_content_manager_new()};
 };
 
+TEST_F(CompiledListLoaderAloneTest, NoticesTheSwitchAlsoWhenThereWereNoSettingsAtTheStart) {
+  settingsFolder_ = "settings/of/the/browser";
+  compile(blockApples);
+  startLoader(contentManager_.get());
+  ASSERT_TRUE(waitForChange(1));
+  switchContentBlocker(false);
+  ASSERT_TRUE(waitForChange(2));
+  EXPECT_EQ(changes_[1], std::nullopt);
+}
+
+TEST_F(CompiledListLoaderAloneTest, SettingsThatCannotBeReadDoNotSwitchItOff) {
+  ASSERT_TRUE(files_.replace(settingsFile(), "garbage", std::nullopt).has_value());
+  compile(blockApples);
+  startLoader(contentManager_.get());
+  ASSERT_TRUE(waitForChange(1));
+  EXPECT_EQ(changes_[0], directory_.current());
+}
+
 TEST_F(CompiledListLoaderAloneTest, LoadsTheListThatIsCurrentAtTheStart) {
   compile(blockApples);
   startLoader(contentManager_.get());
   ASSERT_TRUE(waitForChange(1));
   EXPECT_THAT(changes_, testing::ElementsAre(directory_.current()));
-  EXPECT_EQ(changes_[0]->name, CompiledListDirectory::nameFor(blockApples));
+  EXPECT_EQ(changes_[0]->source, CompiledListDirectory::hashOf(blockApples));
   EXPECT_EQ(damages_, 0);
 }
 
@@ -121,7 +142,7 @@ TEST_F(CompiledListLoaderAloneTest, LoadsNothingWhileTheContentBlockerIsOff) {
   switchContentBlocker(true);
   ASSERT_TRUE(waitForChange(1));
   EXPECT_THAT(changes_, testing::ElementsAre(directory_.current()));
-  EXPECT_EQ(changes_[0]->name, CompiledListDirectory::nameFor(blockPears));
+  EXPECT_EQ(changes_[0]->source, CompiledListDirectory::hashOf(blockPears));
 }
 
 /// A page with two pictures in a real view; the proxy's log tells what the view may load.
@@ -188,8 +209,9 @@ TEST_F(CompiledListLoaderInViewTest, KeepsTheListInForceWhenANewerOneIsDamaged) 
   ASSERT_TRUE(waitForChange(1));
   const auto good = directory_.current().value();
   auto damaged = good;
-  damaged.name = CompiledListDirectory::nameFor(blockPears);
-  std::filesystem::copy(directory_.folderOf(good.name), directory_.folderOf(damaged.name),
+  damaged.source = CompiledListDirectory::hashOf(blockPears);
+  damaged.folder = directory_.newFolderFor(damaged.source);
+  std::filesystem::copy(directory_.pathOf(good.folder), directory_.pathOf(damaged.folder),
                         std::filesystem::copy_options::recursive);
   damaged.checksum.front() = damaged.checksum.front() == '0' ? '1' : '0';
   ASSERT_TRUE(directory_.setCurrent(damaged).has_value());

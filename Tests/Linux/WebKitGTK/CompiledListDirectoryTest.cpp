@@ -15,42 +15,55 @@ class CompiledLists : public ::testing::Test {
 
   void putCurrent(const std::string& text) { std::ofstream(folder / "lists/current") << text; }
   void putList(const std::string& name, const std::string& bytes) {
-    std::filesystem::create_directories(directory.folderOf(name));
-    std::ofstream(directory.folderOf(name) / "compiled") << bytes;
+    std::filesystem::create_directories(directory.pathOf(name));
+    std::ofstream(directory.pathOf(name) / "ContentRuleList-orvane") << bytes;
   }
 
   TemporaryDirectory folder;
   PosixFileSystem files;
   CompiledListDirectory directory{files, folder / "lists"};
-  const std::string a = CompiledListDirectory::nameFor("a");
-  const std::string b = CompiledListDirectory::nameFor("b");
-  const std::string c = CompiledListDirectory::nameFor("c");
+  const std::string hash = CompiledListDirectory::hashOf("a");
+  const std::string a = hash + ".1";
+  const std::string b = hash + ".2";
+  const std::string c = CompiledListDirectory::hashOf("c") + ".10";
 };
 
-TEST_F(CompiledLists, nameIsAHashOfTheSource) {
-  EXPECT_EQ(a.size(), 32U);
-  EXPECT_EQ(a, CompiledListDirectory::nameFor("a"));
-  EXPECT_NE(a, b);
+TEST_F(CompiledLists, sourceIsKnownByItsHash) {
+  EXPECT_EQ(hash.size(), 32U);
+  EXPECT_EQ(hash, CompiledListDirectory::hashOf("a"));
+  EXPECT_NE(hash, CompiledListDirectory::hashOf("b"));
+}
+
+TEST_F(CompiledLists, newFolderHasANameThatNoFolderHas) {
+  EXPECT_EQ(directory.newFolderFor(hash), a);
+  putList(a, "bytes");
+  EXPECT_EQ(directory.newFolderFor(hash), b);
 }
 
 TEST_F(CompiledLists, noneIsCurrentAtFirst) { EXPECT_EQ(directory.current(), std::nullopt); }
 
 TEST_F(CompiledLists, currentListIsKept) {
-  const CompiledList list{a, "0123", "2.50.6"};
+  const CompiledList list{hash, a, "0123", "2.50.6"};
   ASSERT_TRUE(directory.setCurrent(list));
   EXPECT_EQ(directory.current(), list);
-  EXPECT_EQ(files.read(folder / "lists/current"),
-            "orvane compiled list 1\nlist " + a + "\nchecksum 0123\ncompiler 2.50.6\n");
+  EXPECT_EQ(files.read(folder / "lists/current"), "orvane compiled list 1\nsource " + hash +
+                                                      "\nfolder " + a +
+                                                      "\nchecksum 0123\ncompiler 2.50.6\n");
 }
 
 TEST_F(CompiledLists, fileThatMakesNoSenseNamesNoList) {
-  const auto whole = "orvane compiled list 1\nlist " + a + "\nchecksum 0123\ncompiler 2.50.6\n";
+  const auto whole = "orvane compiled list 1\nsource " + hash + "\nfolder " + a +
+                     "\nchecksum 0123\ncompiler 2.50.6\n";
   for (std::size_t length = 0; length < whole.size(); ++length) {
     putCurrent(whole.substr(0, length));
     EXPECT_EQ(directory.current(), std::nullopt) << length;
   }
-  putCurrent("orvane compiled list 1\nlist ../../../etc\nchecksum 0\ncompiler 1\n");
-  EXPECT_EQ(directory.current(), std::nullopt);
+  for (const std::string wrong : {"../../../etc", "", hash.c_str(), (hash + ".").c_str(),
+                                  (hash + ".x").c_str(), (hash + "/1").c_str()}) {
+    putCurrent("orvane compiled list 1\nsource " + hash + "\nfolder " + wrong +
+               "\nchecksum 0\ncompiler 1\n");
+    EXPECT_EQ(directory.current(), std::nullopt) << wrong;
+  }
   putCurrent("orvane compiled list 2" + whole.substr(22));
   EXPECT_EQ(directory.current(), std::nullopt);
 }
@@ -66,12 +79,12 @@ TEST_F(CompiledLists, checksumIsThatOfTheCompiledFile) {
 
 TEST_F(CompiledLists, removalSparesTheTwoNamedOnesAndWhateverIsNoList) {
   for (const auto& name : {a, b, c}) putList(name, "bytes");
-  ASSERT_TRUE(directory.setCurrent({a, "0", "1"}));
+  ASSERT_TRUE(directory.setCurrent({hash, a, "0", "1"}));
   std::filesystem::create_directory(folder / "lists/mine");
   directory.removeAllBut(a, b);
   EXPECT_TRUE(directory.checksumOf(a));
   EXPECT_TRUE(directory.checksumOf(b));
-  EXPECT_FALSE(std::filesystem::exists(directory.folderOf(c)));
+  EXPECT_FALSE(std::filesystem::exists(directory.pathOf(c)));
   EXPECT_TRUE(std::filesystem::exists(folder / "lists/mine"));
   EXPECT_TRUE(directory.current());
 }

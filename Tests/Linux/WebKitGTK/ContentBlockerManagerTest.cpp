@@ -3,6 +3,7 @@
 #include <glib.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include "Linux/Posix/PosixFileSystem.h"
 #include "Linux/WebKitGTK/CompiledListDirectory.h"
@@ -32,8 +33,30 @@ class ContentBlocker : public ::testing::Test {
     return *answer;
   }
 
+  /// Takes a shell script for the helper.
+  void useHelper(const std::string& script) {
+    const auto program = folder / "helper";
+    std::ofstream(program) << "#!/bin/bash\n" << script << "\n";
+    std::filesystem::permissions(program, std::filesystem::perms::owner_all);
+    manager.emplace(
+        BrowserSettings(folder / "browser.ini"),
+        ContentBlockerManager::Locations{program, folder / "tmp.json", folder / "lists"});
+  }
+
+  /// Whether a process is blocked until this lock is free.
+  static bool somebodyWaitsFor(const FileDescriptor& lock) {
+    struct stat status {};
+    EXPECT_EQ(::fstat(lock.get(), &status), 0);
+    std::ifstream locks("/proc/locks");
+    for (std::string line; std::getline(locks, line);) {
+      const bool isOurs = line.find(":" + std::to_string(status.st_ino) + " ") != line.npos;
+      if (isOurs && line.find("-> FLOCK") != line.npos) return true;
+    }
+    return false;
+  }
+
   std::filesystem::path compiledFile() {
-    return std::filesystem::directory_iterator(directory.folderOf(directory.current()->name))
+    return std::filesystem::directory_iterator(directory.pathOf(directory.current()->folder))
         ->path();
   }
 
@@ -50,8 +73,8 @@ TEST_F(ContentBlocker, reloadCompilesTheListAndMakesItCurrent) {
   putList(listBlocking("ads"));
   EXPECT_EQ(reload(), std::nullopt);
   ASSERT_TRUE(directory.current());
-  EXPECT_EQ(directory.current()->name, CompiledListDirectory::nameFor(listBlocking("ads")));
-  EXPECT_EQ(directory.current()->checksum, directory.checksumOf(directory.current()->name));
+  EXPECT_EQ(directory.current()->source, CompiledListDirectory::hashOf(listBlocking("ads")));
+  EXPECT_EQ(directory.current()->checksum, directory.checksumOf(directory.current()->folder));
 }
 
 TEST_F(ContentBlocker, unchangedListIsNotCompiledAgain) {
@@ -88,7 +111,57 @@ TEST_F(ContentBlocker, listOfAnotherBrowserVersionIsCompiledAgain) {
   older.compiler = "1.0.0";
   ASSERT_TRUE(directory.setCurrent(older));
   EXPECT_EQ(reload(), std::nullopt);
-  EXPECT_EQ(directory.current(), ours);
+  EXPECT_EQ(directory.current()->compiler, ours.compiler);
+}
+
+TEST_F(ContentBlocker, failureToCompileTheCurrentListAgainKeepsIt) {
+  putList(listBlocking("ads"));
+  reload();
+  auto older = *directory.current();
+  older.compiler = "1.0.0";
+  ASSERT_TRUE(directory.setCurrent(older));
+  useHelper("ulimit -f 0; trap '' XFSZ; exec " + helper.string() + " \"$@\"");
+  EXPECT_TRUE(reload());
+  EXPECT_EQ(directory.current(), older);
+  EXPECT_EQ(directory.checksumOf(older.folder), older.checksum);
+}
+
+TEST_F(ContentBlocker, remainsOfAKilledCompileAreNeitherUsedNorKept) {
+  putList(listBlocking("ads"));
+  const auto remains = directory.pathOf(CompiledListDirectory::hashOf(listBlocking("ads")) + ".1");
+  std::filesystem::create_directories(remains);
+  std::ofstream(remains / "ContentRuleList-orvane") << "half a lis";
+  EXPECT_EQ(reload(), std::nullopt);
+  EXPECT_EQ(directory.checksumOf(directory.current()->folder), directory.current()->checksum);
+  EXPECT_FALSE(std::filesystem::exists(remains));
+}
+
+TEST_F(ContentBlocker, helperWaitsForTheLockAndThenReadsTheNewestList) {
+  ASSERT_TRUE(directory.create());
+  auto lock = directory.lock();
+  ASSERT_TRUE(lock);
+  putList(listBlocking("old"));
+  bool answered = false;
+  manager->reloadContentBlocker(identifier, [&](const auto& error) {
+    EXPECT_FALSE(error);
+    answered = true;
+  });
+  while (!somebodyWaitsFor(*lock)) ASSERT_FALSE(answered);
+  putList(listBlocking("new"));
+  lock = FileDescriptor();
+  while (!answered) g_main_context_iteration(nullptr, TRUE);
+  EXPECT_EQ(directory.current()->source, CompiledListDirectory::hashOf(listBlocking("new")));
+}
+
+TEST_F(ContentBlocker, exitStatusOfTheHelperDecidesWhateverItSays) {
+  useHelper("printf 'noise \\377' >&2");
+  EXPECT_EQ(reload(), std::nullopt);
+  useHelper("echo 'No room.'; echo noise >&2; exit 1");
+  EXPECT_EQ(reload()->localizedDescription, "No room.");
+  useHelper("echo 'cannot load a library' >&2; exit 127");
+  EXPECT_EQ(reload()->localizedDescription, "cannot load a library");
+  useHelper("kill -9 $$");
+  EXPECT_EQ(reload()->localizedDescription, "The compiler of blocker lists ended without a word.");
 }
 
 TEST_F(ContentBlocker, listThatTheBrowserRefusesLeavesTheLastGoodOneInForce) {
@@ -102,7 +175,7 @@ TEST_F(ContentBlocker, listThatTheBrowserRefusesLeavesTheLastGoodOneInForce) {
   EXPECT_EQ(error->domain, "WebKitUserContentFilterError");
   EXPECT_EQ(error->localizedDescription, "Invalid or unsupported regular expression.");
   EXPECT_EQ(directory.current(), good);
-  EXPECT_EQ(directory.checksumOf(good->name), good->checksum);
+  EXPECT_EQ(directory.checksumOf(good->folder), good->checksum);
 
   putList("[]");
   EXPECT_EQ(reload()->localizedDescription, "Empty extension.");
@@ -129,9 +202,9 @@ TEST_F(ContentBlocker, newListTakesTheOldOnesPlaceAndOnlyThePreviousOneIsKept) {
     EXPECT_EQ(reload(), std::nullopt);
   }
   const auto path = [&](const char* urlFilter) {
-    return directory.folderOf(CompiledListDirectory::nameFor(listBlocking(urlFilter)));
+    return directory.pathOf(CompiledListDirectory::hashOf(listBlocking(urlFilter)) + ".1");
   };
-  EXPECT_EQ(directory.folderOf(directory.current()->name), path("three"));
+  EXPECT_EQ(directory.pathOf(directory.current()->folder), path("three"));
   EXPECT_TRUE(std::filesystem::exists(path("two")));
   EXPECT_FALSE(std::filesystem::exists(path("one")));
 }
@@ -148,7 +221,7 @@ TEST_F(ContentBlocker, reloadsAtTheSameTimeEndWithTheNewestList) {
     manager->reloadContentBlocker(identifier, count);
   }
   while (answers < 3) g_main_context_iteration(nullptr, TRUE);
-  EXPECT_EQ(directory.current()->name, CompiledListDirectory::nameFor(listBlocking("three")));
+  EXPECT_EQ(directory.current()->source, CompiledListDirectory::hashOf(listBlocking("three")));
 }
 
 TEST_F(ContentBlocker, completionsAreNotCalledOnceTheManagerIsGone) {
