@@ -106,7 +106,7 @@ void PersistentStore::removeDomain(std::string_view domain, std::string_view mar
       output.print(fmt::format("Found {}", fmt::join(domains->found, ",")));
       output.print(fmt::format("new domain list: {}", fmt::join(domains->remaining, ",")));
     }
-    if (std::string_view(removal.text) == "[]") return placeholderList();
+    if (removal.leavesNothing) return placeholderList();
     return std::move(removal.text);
   };
   editSafariJSONFile(edit, fmt::format("Unwhitelisted {} from", domain), completion);

@@ -121,7 +121,7 @@ std::string appendingToList(std::string_view list, std::string_view blocker) {
 
 DomainRemoval removingDomain(std::string_view list, std::string_view marker,
                              std::string_view quotedDomain) {
-  DomainRemoval unchanged{std::string(list), std::nullopt};
+  DomainRemoval unchanged{.text = std::string(list)};
   const auto markerAt = findMember(list, marker, 0);
   if (markerAt == npos) return unchanged;
   const auto blocker = blockerAround(list, markerAt);
@@ -135,9 +135,14 @@ DomainRemoval removingDomain(std::string_view list, std::string_view marker,
   auto remaining = *found;
   std::erase(remaining, quotedDomain);
   const DomainRemoval::Domains domains{*found, remaining};
-  if (remaining.empty()) return {replacing(list, withAdjacentComma(list, *blocker), ""), domains};
+  if (remaining.empty()) {
+    return {.text = replacing(list, withAdjacentComma(list, *blocker), ""),
+            .leavesNothing = list[blocker->begin - 1] == '[' && list[blocker->end] == ']',
+            .domains = domains};
+  }
   const Range entries{listAt + 1, endOfJSONValue(list, listAt) - 1};
-  return {replacing(list, entries, fmt::format("{}", fmt::join(remaining, ","))), domains};
+  return {.text = replacing(list, entries, fmt::format("{}", fmt::join(remaining, ","))),
+          .domains = domains};
 }
 
 }  // namespace orvane

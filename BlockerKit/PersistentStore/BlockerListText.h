@@ -21,13 +21,15 @@ std::string appendingToList(std::string_view list, std::string_view blocker);
 struct DomainRemoval {
   /// The whole list after the removal.
   std::string text;
+  /// Whether the removal took the only blocker of the list.
+  bool leavesNothing = false;
   /// The entries of the domain list that was edited, and those that remain in it, each with its
   /// quotes; absent when no domain list was found, and then `text` is the list as it was.
   struct Domains {
     std::vector<std::string> found;
     std::vector<std::string> remaining;
   };
-  std::optional<Domains> domains;
+  std::optional<Domains> domains = std::nullopt;
 };
 
 /// The list without `quotedDomain` (a JSON string with its quotes) in the "if-domain" list of the

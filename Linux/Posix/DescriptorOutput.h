@@ -1,11 +1,14 @@
 #pragma once
 
+#include <mutex>
+
 #include "Platform/Foundation/LineOutput.h"
 
 namespace orvane {
 
 /// Lines to an open file. Each goes out with its line ending in one write, so that lines of several
-/// threads, and of several processes that append to one file, never mix.
+/// processes that append to one file never mix. Lines of several threads do not mix either where the
+/// system takes a long line in pieces, as a pipe does.
 class DescriptorOutput final : public LineOutput {
  public:
   /// `descriptor` stays open for as long as the output is used, and is not closed by it.
@@ -15,6 +18,7 @@ class DescriptorOutput final : public LineOutput {
 
  private:
   int descriptor_;
+  std::mutex mutex_;
 };
 
 }  // namespace orvane

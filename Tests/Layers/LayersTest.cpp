@@ -61,15 +61,23 @@ std::string folderOf(const std::string& file, std::ptrdiff_t depth) {
   return folder.string();
 }
 
-/// The includes that go from a folder to one that is not among those it may use.
+/// The includes that go from a folder to one that is not among those it may use. In a deeper map a
+/// folder of another layer is not looked at, but a folder of the same layer must be in it.
 std::vector<std::string> violations(const std::map<std::string, std::set<std::string>>& mayUse,
                                     std::ptrdiff_t depth) {
   std::vector<std::string> found;
   for (const auto& include : productIncludes()) {
     const auto from = mayUse.find(folderOf(include.file, depth));
-    if (!include.isOurs || from == mayUse.end()) continue;
+    if (!include.isOurs || include.header.find('/') == std::string::npos) continue;
+    if (from == mayUse.end()) {
+      if (depth == 1 || folderOf(include.file, 1) == folderOf(mayUse.begin()->first, 1)) {
+        found.push_back(include.file + " is in a folder that no rule is about");
+      }
+      continue;
+    }
     const auto to = folderOf(include.header, depth);
-    if (to != from->first && mayUse.contains(to) && !from->second.contains(to)) {
+    const bool isConcerned = depth == 1 || folderOf(to, 1) == folderOf(from->first, 1);
+    if (isConcerned && to != from->first && !from->second.contains(to)) {
       found.push_back(include.file + " includes " + include.header);
     }
   }

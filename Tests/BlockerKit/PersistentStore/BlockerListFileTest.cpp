@@ -177,6 +177,28 @@ TEST_F(BlockerListFile, removalOfTheOnlyBlockerLeavesThePlaceholder) {
   EXPECT_EQ(contents(path), list({placeholderBlocker()}));
 }
 
+TEST_F(BlockerListFile, removalOfTheOnlyBlockerBeforeALineEndingLeavesThePlaceholderToo) {
+  put(list({forDomains(ActionType::makeHttps, {"a.test"})}) + "\n");
+  EXPECT_EQ(unforceHttps("a.test"), Result::success());
+  EXPECT_EQ(contents(path), list({placeholderBlocker()}));
+}
+
+TEST_F(BlockerListFile, emptyListWithoutTheMarkerStaysAsItIs) {
+  put("[]");
+  EXPECT_EQ(unwhitelist("a.test"), Result::success());
+  EXPECT_EQ(contents(path), "[]");
+}
+
+TEST_F(BlockerListFile, whatWasFoundIsPrintedAlsoWhenStoringFails) {
+  const auto before = list({forDomains(ActionType::makeHttps, {"a.test", "b.test"})});
+  put(before);
+  files().failAt(Operation::replace, path);
+  EXPECT_EQ(unforceHttps("a.test"), Result::otherError("ordered failure"));
+  EXPECT_EQ(contents(path), before);
+  EXPECT_THAT(machine.standardOutput.lines,
+              ElementsAre("Found \"a.test\",\"b.test\"", "new domain list: \"b.test\""));
+}
+
 TEST_F(BlockerListFile, domainWithQuotesMatchesItsEncodedForm) {
   put(list({forDomains(ActionType::IgnorePreviousRules, {"a\"b", "c"})}));
   EXPECT_EQ(unwhitelist("a\"b"), Result::success());
@@ -250,7 +272,9 @@ TEST_F(BlockerListFileDeathTest, absentSharedContainerStopsEveryWrite) {
   const auto words = "Fatal error: Shared Container URL invalid: file BlockerKit/PersistentStore";
   EXPECT_DEATH(homelessStore.writeBlockersToSafariJSONFile(std::nullopt), words);
   EXPECT_DEATH(homelessStore.prependToSafariJSONFile(ads, nullptr), words);
+  EXPECT_DEATH(homelessStore.appendToSafariJSONFile(ads, nullptr), words);
   EXPECT_DEATH(homelessStore.unwhitelistFromSafariJSONFile("a", nullptr), words);
+  EXPECT_DEATH(homelessStore.unforceHttpsFromSafariJSONFile("a", nullptr), words);
 }
 
 }  // namespace
