@@ -8,6 +8,7 @@
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
 
+#include "Apps/Companion/Printable.h"
 #include "BlockerKit/Lint/Check.h"
 #include "Linux/Posix/PosixFileSystem.h"
 
@@ -58,14 +59,6 @@ std::string describe(const CheckPlace& place, const std::string& key) {
   }
   if (!text.empty()) text += ": ";
   return key.empty() ? text : fmt::format("{}{}: ", text, key);
-}
-
-/// A file must not be able to send commands to the terminal of whoever checks it.
-std::string printable(std::string text) {
-  std::replace_if(
-      text.begin(), text.end(),
-      [](char byte) { return static_cast<unsigned char>(byte) < 0x20 || byte == 0x7F; }, '?');
-  return text;
 }
 
 void printText(const std::string& file, const CheckReport& report) {

@@ -8,6 +8,7 @@
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
 
+#include "Apps/Companion/Printable.h"
 #include "Process/Process.h"
 
 namespace orvane {
@@ -31,9 +32,15 @@ void printTable(const std::vector<Package>& packages) {
   for (const auto& package : packages) idWidth = std::max(idWidth, package.id.size());
   fmt::print("{:13}  {:{}}  {:>6}  {}\n", "KIND", "ID", idWidth, "RULES", "NAME");
   for (const auto& package : packages) {
-    fmt::print("{:13}  {:{}}  {:>6}  {}\n", kindOf(package), package.id, idWidth,
-               package.rules.size(), package.name);
+    fmt::print("{:13}  {:{}}  {:>6}  {}\n", kindOf(package), printable(package.id), idWidth,
+               package.rules.size(), printable(package.name));
   }
+}
+
+void writeText(rapidjson::Writer<rapidjson::StringBuffer>& writer, const char* key,
+               const std::string& text) {
+  writer.Key(key);
+  writer.String(text.data(), static_cast<rapidjson::SizeType>(text.size()));
 }
 
 void printJSON(const std::vector<Package>& packages) {
@@ -42,12 +49,9 @@ void printJSON(const std::vector<Package>& packages) {
   writer.StartArray();
   for (const auto& package : packages) {
     writer.StartObject();
-    writer.Key("kind");
-    writer.String(kindOf(package).c_str());
-    writer.Key("id");
-    writer.String(package.id.c_str());
-    writer.Key("name");
-    writer.String(package.name.c_str());
+    writeText(writer, "kind", kindOf(package));
+    writeText(writer, "id", package.id);
+    writeText(writer, "name", package.name);
     writer.Key("rules");
     writer.Uint64(package.rules.size());
     writer.EndObject();

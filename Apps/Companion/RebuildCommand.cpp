@@ -26,6 +26,11 @@ constexpr std::size_t mostBlockers = 150'000;
 /// What is going on, for somebody who waits at a terminal.
 class Progress {
  public:
+  Progress() = default;
+  Progress(const Progress&) = delete;
+  Progress& operator=(const Progress&) = delete;
+  ~Progress() { clear(); }
+
   void show(std::string_view step) const {
     if (isTerminal_) fmt::print(stderr, "\r\033[K{}…", step);
   }
@@ -83,10 +88,31 @@ bool hasPreinstalledPackage(const std::vector<Package>& catalogue) {
   });
 }
 
+/// The whole catalogue; pre-installed packages that a damaged file keeps from being read come from
+/// the bundle again.
+std::vector<Package> readCatalogue(LinuxPlatform& machine, PersistentStore& store) {
+  auto catalogue = store.readAllPackages();
+  const bool hasBundle =
+      machine.platform().mainBundle.pathForResource("PreinstalledPackages", "json").has_value();
+  if (hasPreinstalledPackage(catalogue) || !hasBundle) return catalogue;
+  store.copyPreinstalledPackagesFromBundleToSharedContainer();
+  return store.readAllPackages();
+}
+
+/// A damaged file is no obstacle, but its rules are missing from the list.
+void warnOfDamagedFiles(PersistentStore& store) {
+  for (const auto& path : store.damagedUserFiles()) {
+    fmt::print(stderr,
+               "orvane: '{}' cannot be read in full, and what cannot be read has no effect; "
+               "orvane check says what is wrong.\n",
+               path.string());
+  }
+}
+
 std::string refusal(PersistentStore& store, const NSError& failure) {
   std::string reason = "The browser did not take the list: " + failure.localizedDescription + "\n";
   for (const auto& line : refusedRules(store.readAllPackages())) reason += line + "\n";
-  return reason + "The last good list stays in force.";
+  return reason + "The last good list, if there was one, stays in force.";
 }
 
 struct Rebuilt {
@@ -95,11 +121,12 @@ struct Rebuilt {
 };
 
 /// Does all of it but the talking; the error is a text for the user.
-tl::expected<Rebuilt, std::string> rebuild(PersistentStore& store, SFContentBlockerManager& browser,
+tl::expected<Rebuilt, std::string> rebuild(LinuxPlatform& machine, PersistentStore& store,
+                                           SFContentBlockerManager& browser,
                                            const Progress& progress) {
   progress.show("Reading the packages");
   store.settleIdentifiers();
-  auto catalogue = store.readAllPackages();
+  auto catalogue = readCatalogue(machine, store);
   if (!hasPreinstalledPackage(catalogue)) {
     return tl::unexpected<std::string>(
         "The pre-installed packages cannot be found; the blocker list stays as it is.");
@@ -132,9 +159,10 @@ int runRebuildCommand(LinuxPlatform& machine) {
   const Progress progress;
   Stopwatch stopwatch;
   stopwatch.start();
-  const auto rebuilt = rebuild(process.store(), browser, progress);
+  const auto rebuilt = rebuild(machine, process.store(), browser, progress);
   stopwatch.stop();
   progress.clear();
+  warnOfDamagedFiles(process.store());
   if (!rebuilt) {
     fmt::print(stderr, "orvane: {}\n", rebuilt.error());
     return 1;

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include "Apps/Companion/Printable.h"
 #include "BlockerKit/JSON/RecordWriter.h"
 #include "BlockerKit/Lint/ContentBlockerLint.h"
 
@@ -25,9 +26,9 @@ std::vector<std::string> refusedRules(std::span<const Package> catalogue) {
   for (const auto& package : catalogue) {
     for (const auto& rule : package.rules) {
       for (const auto& finding : errorsOf(rule)) {
-        lines.push_back(fmt::format("package {}, rule {} ({}): {}{}{}", package.id, rule.id,
-                                    rule.name, finding.key, finding.key.empty() ? "" : ": ",
-                                    finding.reason));
+        lines.push_back(printable(fmt::format("package {}, rule {} ({}): {}{}{}", package.id,
+                                              rule.id, rule.name, finding.key,
+                                              finding.key.empty() ? "" : ": ", finding.reason)));
       }
     }
   }

@@ -1,3 +1,4 @@
+#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -30,6 +31,13 @@ bool hasSharedContainer(LinuxPlatform& machine) {
   return false;
 }
 
+/// An answer that nobody gets is a failure.
+bool isWritten(std::FILE* output) {
+  if (std::fflush(output) == 0 && std::ferror(output) == 0) return true;
+  fmt::print(stderr, "orvane: The answer cannot be written.\n");
+  return false;
+}
+
 int run(int argc, char** argv) {
   CLI::App app("Blocks adverts, trackers and annoyances in the browser.", "orvane");
   app.require_subcommand(1);
@@ -58,7 +66,8 @@ int run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
   try {
-    return run(argc, argv);
+    const int status = run(argc, argv);
+    return isWritten(stdout) ? status : 1;
   } catch (const std::exception& error) {
     static_cast<void>(std::fprintf(stderr, "orvane: %s\n", error.what()));
     return 1;

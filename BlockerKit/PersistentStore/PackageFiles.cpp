@@ -7,6 +7,7 @@
 
 #include "BlockerKit/JSON/RecordReader.h"
 #include "BlockerKit/JSON/RecordWriter.h"
+#include "BlockerKit/PersistentStore/CopyFile.h"
 #include "BlockerKit/PersistentStore/PersistentStore.h"
 #include "Platform/Foundation/FatalError.h"
 
@@ -147,35 +148,10 @@ bool PersistentStore::refresh(PackageType type, const Candidates& candidates,
   if (*winner != candidates.shared) {
     platform_.standardOutput.print(fmt::format("Copying from {} to Shared Container {}",
                                                winner->string(), candidates.shared.string()));
-    copyFile(*winner, candidates.shared, /*overwrite=*/true, form);
+    copyFile(platform_, *winner, candidates.shared, /*overwrite=*/true, form);
   }
   platform_.standardOutput.print(fmt::format("{} is in Shared Container.", rawValue(type)));
   return true;
-}
-
-void PersistentStore::copyFile(const std::filesystem::path& from, const std::filesystem::path& to,
-                               bool overwrite, PackageFileForm form) {
-  auto& files = platform_.fileManager;
-  auto& output = platform_.standardOutput;
-  const auto fail = [&](std::string_view reason) {
-    output.print(fmt::format("Error copying '{}' to '{}': {}", from.string(), to.string(), reason));
-  };
-  const bool replaces = overwrite && files.fileExists(to);
-  const auto name = to.filename().string();
-  if (replaces) {
-    output.print(fmt::format("File {} already exists in '{}'", name, to.string()));
-    if (!setAsideIfDamaged(platform_, to, form)) {
-      return fail("the damaged file there could not be set aside");
-    }
-  } else if (const auto folder = to.parent_path(); !files.fileExists(folder)) {
-    const auto created = files.createDirectoryWithIntermediateDirectories(folder);
-    if (!created) return fail(created.error().localizedDescription);
-  }
-  // The old file stays until the copy takes its place, so a failed copy has removed nothing.
-  const auto copied = replaces ? files.replaceItemWithCopy(from, to) : files.copyItem(from, to);
-  if (!copied) return fail(copied.error().localizedDescription);
-  if (replaces) output.print(fmt::format("Removed file {} from '{}'", name, to.string()));
-  output.print(fmt::format("Copied '{}' to '{}'", from.string(), to.string()));
 }
 
 std::optional<std::vector<Package>> PersistentStore::readPackages(PackageType type,
@@ -260,6 +236,16 @@ void PersistentStore::settleIdentifiers() {
   }
 }
 
+std::vector<std::filesystem::path> PersistentStore::damagedUserFiles() {
+  std::vector<std::filesystem::path> damaged;
+  for (const auto type : {PackageType::ConfigurablePackages, PackageType::CustomPackages}) {
+    auto path = sharedPath(type);
+    if (isDamaged(platform_, path, PackageFileForm::packageList))
+      damaged.push_back(std::move(path));
+  }
+  return damaged;
+}
+
 bool PersistentStore::store(const std::filesystem::path& path, const Expected<std::string>& json,
                             PackageFileForm form) {
   if (!json) {
@@ -305,7 +291,7 @@ void PersistentStore::copyPreinstalledPackagesFromBundleToSharedContainer() {
   constexpr auto type = PackageType::PreinstalledPackages;
   const auto bundle = bundlePath(type);
   if (!bundle || !sharedContainerURL()) invalidFilePath(rawValue(type));
-  copyFile(*bundle, sharedPath(type), /*overwrite=*/true, PackageFileForm::packageList);
+  copyFile(platform_, *bundle, sharedPath(type), /*overwrite=*/true, PackageFileForm::packageList);
 }
 
 std::optional<std::vector<Package>> PersistentStore::downloadPreinstalledPackagesFromRemoteURL(

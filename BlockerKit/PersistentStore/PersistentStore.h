@@ -53,6 +53,9 @@ class PersistentStore {
   /// which would otherwise have another id at every reading.
   void settleIdentifiers();
 
+  /// Those of the user's own package files that are there and cannot be read in full.
+  std::vector<std::filesystem::path> damagedUserFiles();
+
   bool writePackage(const Package& package, PackageType collection);
   bool writePackages(std::span<const Package> packages, PackageType collection);
   /// Writes a list of one package to a path of the caller's choice.
@@ -75,8 +78,8 @@ class PersistentStore {
   /// placeholder blocker that hides nothing, since the browser refuses an empty list.
   bool writeBlockersToSafariJSONFile(std::optional<std::span<const Blocker>> blockers);
 
-  // Edits of the list as text. Each calls its completion, if any, once before it returns. On
-  // failure the file is as it was.
+  // Edits of the list as text. Each calls its completion, if any, once before it returns. A failed
+  // edit leaves the whole old file or, where only the last sync failed, the whole new one.
 
   void prependToSafariJSONFile(const Blocker& blocker, const Completion& completion);
   void appendToSafariJSONFile(const Blocker& blocker, const Completion& completion);
@@ -103,8 +106,6 @@ class PersistentStore {
   std::optional<FileDate> modificationDate(const std::filesystem::path& path);
   std::optional<std::filesystem::path> newest(const Candidates& candidates);
   bool refresh(PackageType type, const Candidates& candidates, PackageFileForm form);
-  void copyFile(const std::filesystem::path& source, const std::filesystem::path& destination,
-                bool overwrite, PackageFileForm form);
   std::optional<std::vector<Package>> readPackages(PackageType type, bool expectsList,
                                                    const UUIDGenerator& makeUUID);
   std::optional<std::vector<Package>> parse(const std::filesystem::path& path, bool expectsList,

@@ -33,6 +33,25 @@ TEST_F(CommandLine, packagesAsJSONHaveKindIdNameAndNumberOfRules) {
   EXPECT_TRUE(JSONDocument::parse(run.output));
 }
 
+TEST_F(CommandLine, namesCannotSendCommandsToTheTerminal) {
+  put(container() / "CustomPackages.json", "[" + package("m\\u001b[2J\\u0000x", "") + "]");
+  const auto run = orvane({"packages"});
+  EXPECT_EQ(run.output.find('\x1B'), std::string::npos);
+  EXPECT_THAT(run.output, HasSubstr("m?[2J?x"));
+  EXPECT_THAT(orvane({"packages", "--json"}).output, HasSubstr(R"("m\u001B[2J\u0000x")"));
+}
+
+TEST_F(CommandLine, answerThatCannotBeWrittenIsAFailure) {
+  put(work / "good.json", package("mine", rule("r", "x")));
+  for (const std::string& command :
+       std::vector<std::string>{"packages", "packages --json", "rebuild", "check good.json"}) {
+    const auto run = runProgram({"sh", "-c", "exec " + program + " " + command + " >/dev/full"},
+                                work.path(), environment());
+    EXPECT_EQ(run.exitStatus, 1) << command;
+    EXPECT_THAT(run.errors, HasSubstr("orvane: The answer cannot be written."));
+  }
+}
+
 TEST_F(CommandLine, listingPackagesWritesNoBlockerList) {
   orvane({"packages"});
   EXPECT_FALSE(std::filesystem::exists(list()));

@@ -91,7 +91,7 @@ TEST_F(Rebuild, refusedListLeavesTheLastGoodOneInForce) {
   EXPECT_THAT(run.errors, HasSubstr("orvane: The browser did not take the list: "
                                     "Invalid or unsupported regular expression."));
   EXPECT_THAT(run.errors, HasSubstr("\npackage mine, rule r (My rule): trigger.url-filter: "));
-  EXPECT_THAT(run.errors, HasSubstr("The last good list stays in force."));
+  EXPECT_THAT(run.errors, HasSubstr("The last good list, if there was one, stays in force."));
   EXPECT_EQ(get(container() / "CompiledLists/current"), current);
 }
 
@@ -108,10 +108,24 @@ TEST_F(Rebuild, withoutPreinstalledPackagesTheListStaysAsItIs) {
   EXPECT_EQ(get(list()), "[1]");
 }
 
-TEST_F(Rebuild, damagedFileOfTheUsersIsNoObstacleAndIsKept) {
+TEST_F(Rebuild, damagedFileOfTheUsersIsNamedAndKeptAndIsNoObstacle) {
   put(container() / "CustomPackages.json", "[{\"id\":");
-  EXPECT_EQ(orvane({"rebuild"}).exitStatus, 0);
+  const auto run = orvane({"rebuild"});
+  EXPECT_EQ(run.exitStatus, 0);
+  EXPECT_EQ(run.errors, "orvane: '" + (container() / "CustomPackages.json").string() +
+                            "' cannot be read in full, and what cannot be read has no effect; "
+                            "orvane check says what is wrong.\n");
   EXPECT_EQ(get(container() / "CustomPackages.json"), "[{\"id\":");
+}
+
+TEST_F(Rebuild, damagedPreinstalledPackagesComeFromTheBundleAgain) {
+  put(container() / "PreinstalledPackages.json", "[{");
+  std::filesystem::last_write_time(
+      container() / "PreinstalledPackages.json",
+      std::filesystem::file_time_type::clock::now() + std::chrono::hours(24 * 365));
+  const auto run = orvane({"rebuild"});
+  EXPECT_EQ(run.exitStatus, 0) << run.errors;
+  EXPECT_GE(urlFilters().size(), 500U);
 }
 
 TEST_F(Rebuild, saysWhenTheContentBlockerIsSwitchedOff) {

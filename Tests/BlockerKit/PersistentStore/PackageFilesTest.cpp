@@ -272,6 +272,8 @@ TEST_F(PackageFiles, settledIdentifiersStay) {
   EXPECT_EQ(store.readConfigurablePackages(), store.readConfigurablePackages());
   EXPECT_EQ(store.readCustomPackages().front().rules.front().blocker.trigger.urlFilter, "x");
   EXPECT_EQ(store.readConfigurablePackages().front().id, "whitelist");
+  EXPECT_TRUE(contents(shared("ConfigurablePackages.json")).find("make-https") !=
+              std::string::npos);
 
   const auto written = files().file(shared("CustomPackages.json")).date;
   machine.fileSystem.now += std::chrono::hours(1);
