@@ -7,8 +7,8 @@
 namespace orvane {
 
 /// Lines to an open file. Each goes out with its line ending in one write, so that lines of several
-/// processes that append to one file never mix. Lines of several threads do not mix either where the
-/// system takes a long line in pieces, as a pipe does.
+/// processes that append to one file never mix. Lines of several threads do not mix either where
+/// the system takes a long line in pieces, as a pipe does.
 class DescriptorOutput final : public LineOutput {
  public:
   /// `descriptor` stays open for as long as the output is used, and is not closed by it.
