@@ -36,7 +36,7 @@ Expected<void> compile(const std::filesystem::path& source, CompiledListDirector
   if (previous && previous->source == hash && isIntact(directory, *previous)) return {};
 
   const auto folder = directory.newFolderFor(hash);
-  const auto made =
+  auto made =
       ListCompiler(directory.pathOf(folder))
           .compile(CompiledListDirectory::identifier, *json)
           .and_then([&]() -> Expected<void> {
