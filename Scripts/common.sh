@@ -20,13 +20,11 @@ install_packages() {
 
 # build PRESET: configures and builds; the output of both is shown only when one fails.
 build() {
-  local log
-  log=$(mktemp)
+  local log="build/$1.log"
+  mkdir -p build
   echo "Building ($1)"
   if ! { cmake --preset "$1" && cmake --build --preset "$1"; } >"$log" 2>&1; then
     cat "$log"
-    rm -f "$log"
     return 1
   fi
-  rm -f "$log"
 }

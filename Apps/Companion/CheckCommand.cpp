@@ -64,7 +64,7 @@ std::string describe(const CheckPlace& place, const std::string& key) {
 void printText(const std::string& file, const CheckReport& report) {
   std::size_t errors = 0;
   for (const auto& [place, finding] : report.findings) {
-    fmt::print("{}:{}:{}: {}: {}{}\n", file, place.position.line, place.position.column,
+    fmt::print("{}:{}:{}: {}: {}{}\n", printable(file), place.position.line, place.position.column,
                nameOf(finding.severity), printable(describe(place, finding.key)),
                printable(finding.reason));
     if (finding.severity == Severity::Error) ++errors;
@@ -73,7 +73,7 @@ void printText(const std::string& file, const CheckReport& report) {
   if (report.packages > 0) {
     content = fmt::format("{} in {}", content, counted(report.packages, "package"));
   }
-  fmt::print("{}: {}, {}, {}\n", file, content, counted(errors, "error"),
+  fmt::print("{}: {}, {}, {}\n", printable(file), content, counted(errors, "error"),
              counted(report.findings.size() - errors, "warning"));
 }
 

@@ -12,6 +12,8 @@
 
 #include "Apps/Companion/RefusedRules.h"
 #include "BlockerKit/Catalogue/EnabledBlockers.h"
+#include "BlockerKit/Lint/ContentBlockerLint.h"
+#include "BlockerKit/PersistentStore/SetAside.h"
 #include "BlockerKit/Support/Stopwatch.h"
 #include "Linux/Posix/ProgramFolder.h"
 #include "Linux/WebKitGTK/ContentBlockerManager.h"
@@ -21,7 +23,6 @@ namespace orvane {
 namespace {
 
 constexpr const char* contentBlockerIdentifier = "com.tessaly.BlockerMac.BlockerMacExtension";
-constexpr std::size_t mostBlockers = 150'000;
 
 /// What is going on, for somebody who waits at a terminal.
 class Progress {
@@ -88,13 +89,16 @@ bool hasPreinstalledPackage(const std::vector<Package>& catalogue) {
   });
 }
 
-/// The whole catalogue; pre-installed packages that a damaged file keeps from being read come from
-/// the bundle again.
+/// The whole catalogue. Pre-installed packages that cannot be read in full come from the bundle
+/// again, if it has them.
 std::vector<Package> readCatalogue(LinuxPlatform& machine, PersistentStore& store) {
+  auto& platform = machine.platform();
   auto catalogue = store.readAllPackages();
-  const bool hasBundle =
-      machine.platform().mainBundle.pathForResource("PreinstalledPackages", "json").has_value();
-  if (hasPreinstalledPackage(catalogue) || !hasBundle) return catalogue;
+  const auto bundled = platform.mainBundle.pathForResource("PreinstalledPackages", "json");
+  const auto form = PackageFileForm::packageList;
+  if (!bundled || isDamaged(platform, *bundled, form)) return catalogue;
+  const auto shared = store.pathToSafariJSON().parent_path() / bundled->filename();
+  if (!isDamaged(platform, shared, form)) return catalogue;
   store.copyPreinstalledPackagesFromBundleToSharedContainer();
   return store.readAllPackages();
 }
@@ -133,15 +137,13 @@ tl::expected<Rebuilt, std::string> rebuild(LinuxPlatform& machine, PersistentSto
   }
   const auto packageCount = catalogue.size();
   const auto blockers = enabledBlockers(std::move(catalogue), {}, {});
-  if (blockers.size() > mostBlockers) {
+  if (blockers.size() > mostBlockersInList) {
     return tl::unexpected(fmt::format("There are {} rules, and the browser takes {} at the most.",
-                                      blockers.size(), mostBlockers));
+                                      blockers.size(), mostBlockersInList));
   }
 
   progress.show("Writing the blocker list");
-  const bool written = blockers.empty() ? store.writeBlockersToSafariJSONFile(std::nullopt)
-                                        : store.writeBlockersToSafariJSONFile(blockers);
-  if (!written) {
+  if (!store.writeBlockersToSafariJSONFile(blockers)) {
     return tl::unexpected(
         fmt::format("The blocker list '{}' cannot be written.", store.pathToSafariJSON().string()));
   }

@@ -15,6 +15,8 @@ namespace {
 
 using namespace orvane;
 
+constexpr int usageError = 2;
+
 /// Without the folder that the programs share nothing can be read or written; says so.
 bool hasSharedContainer(LinuxPlatform& machine) {
   const auto data = machine.directories().data;
@@ -52,7 +54,11 @@ int run(int argc, char** argv) {
   std::vector<std::string> checkedFiles;
   check->add_option("FILE", checkedFiles, "A list, a package or a list of packages")->required();
   check->add_flag("--json", asJSON, "Print JSON");
-  CLI11_PARSE(app, argc, argv);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error) == 0 ? 0 : usageError;
+  }
   if (check->parsed()) return runCheckCommand(checkedFiles, asJSON);
 
   const auto log = openDiagnosticLog(XDGDirectories::ofThisProcess().state);

@@ -74,10 +74,11 @@ int main(int argc, char** argv) {
   Options options;
   app.add_option("--picture", options.picture, "The PNG file to write")->capture_default_str();
   app.add_option("--time-limit", options.timeLimit, "Seconds that one step may take")
-      ->check(CLI::PositiveNumber)
+      ->check(CLI::Range(0.001, 86400.0))
       ->capture_default_str();
   app.add_flag("--keep-open", options.keepOpen,
                "Leave the window open, with the list in force, until it is closed");
   CLI11_PARSE(app, argc, argv);
-  return run(options);
+  const int status = run(options);
+  return std::fflush(stdout) == 0 && std::ferror(stdout) == 0 ? status : 1;
 }

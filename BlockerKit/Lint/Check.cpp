@@ -19,8 +19,6 @@
 namespace orvane {
 namespace {
 
-constexpr std::size_t mostRules = 150000;
-
 /// The place of the last member under `key` among the members of an object.
 std::optional<std::size_t> memberIndex(const JSONValue& object, std::string_view key) {
   std::optional<std::size_t> found;
@@ -104,9 +102,9 @@ class Checker {
           "The browser drops every rule of the list because of its selector, and it refuses the "
           "empty list that remains.");
     }
-    if (report_.rules > mostRules) {
+    if (report_.rules > mostBlockersInList) {
       reject(fmt::format("The list holds {} rules, but the browser takes at most {}.",
-                         report_.rules, mostRules));
+                         report_.rules, mostBlockersInList));
     }
     if (isNestedTooDeeply(json_)) {
       reject(

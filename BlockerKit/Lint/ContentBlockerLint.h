@@ -1,11 +1,15 @@
 #pragma once
 
+#include <cstddef>
 #include <vector>
 
 #include "BlockerKit/JSON/JSONDocument.h"
 #include "BlockerKit/Lint/Finding.h"
 
 namespace orvane {
+
+/// The browser refuses a list of more blockers than this.
+inline constexpr std::size_t mostBlockersInList = 150'000;
 
 /// What the lint has to say about one rule of the browser's list.
 struct BlockerLint {

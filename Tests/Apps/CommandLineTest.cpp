@@ -45,7 +45,7 @@ TEST_F(CommandLine, answerThatCannotBeWrittenIsAFailure) {
   put(work / "good.json", package("mine", rule("r", "x")));
   for (const std::string& command :
        std::vector<std::string>{"packages", "packages --json", "rebuild", "check good.json"}) {
-    const auto run = runProgram({"sh", "-c", "exec " + program + " " + command + " >/dev/full"},
+    const auto run = runProgram({"sh", "-c", "exec '" + program + "' " + command + " >/dev/full"},
                                 work.path(), environment());
     EXPECT_EQ(run.exitStatus, 1) << command;
     EXPECT_THAT(run.errors, HasSubstr("orvane: The answer cannot be written."));
@@ -86,7 +86,7 @@ TEST_F(CommandLine, longLogBeginsANewOneAndKeepsTheOld) {
 TEST_F(CommandLine, withoutAKnownCommandItSaysWhatToDo) {
   for (const auto& arguments : {std::vector<std::string>{}, {"bogus"}, {"packages", "--bogus"}}) {
     const auto run = orvane(arguments);
-    EXPECT_NE(run.exitStatus, 0);
+    EXPECT_EQ(run.exitStatus, 2);
     EXPECT_THAT(run.errors, HasSubstr("Run with --help for more information."));
   }
   EXPECT_THAT(orvane({"--help"}).output, HasSubstr("rebuild"));

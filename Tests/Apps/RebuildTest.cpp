@@ -128,6 +128,16 @@ TEST_F(Rebuild, damagedPreinstalledPackagesComeFromTheBundleAgain) {
   EXPECT_GE(urlFilters().size(), 500U);
 }
 
+TEST_F(Rebuild, preinstalledPackagesOfWhichOnlyAPartCanBeReadComeFromTheBundleAgain) {
+  put(container() / "PreinstalledPackages.json",
+      "[" + package("block-ads", rule("r", "x")) + R"(,{"id":"block-trackers","rules":7}])");
+  std::filesystem::last_write_time(
+      container() / "PreinstalledPackages.json",
+      std::filesystem::file_time_type::clock::now() + std::chrono::hours(24 * 365));
+  EXPECT_EQ(orvane({"rebuild"}).exitStatus, 0);
+  EXPECT_GE(urlFilters().size(), 500U);
+}
+
 TEST_F(Rebuild, saysWhenTheContentBlockerIsSwitchedOff) {
   put(home / "config/orvane/browser.ini",
       "[Content Blockers]\ncom.tessaly.BlockerMac.BlockerMacExtension=false\n");
