@@ -95,10 +95,10 @@ std::vector<Package> readCatalogue(LinuxPlatform& machine, PersistentStore& stor
   auto& platform = machine.platform();
   auto catalogue = store.readAllPackages();
   const auto bundled = platform.mainBundle.pathForResource("PreinstalledPackages", "json");
-  const auto form = PackageFileForm::packageList;
-  if (!bundled || isDamaged(platform, *bundled, form)) return catalogue;
+  if (!bundled) return catalogue;
   const auto shared = store.pathToSafariJSON().parent_path() / bundled->filename();
-  if (!isDamaged(platform, shared, form)) return catalogue;
+  const auto form = PackageFileForm::packageList;
+  if (!isDamaged(platform, shared, form) || isDamaged(platform, *bundled, form)) return catalogue;
   store.copyPreinstalledPackagesFromBundleToSharedContainer();
   return store.readAllPackages();
 }
