@@ -13,6 +13,7 @@ NSError demonstrationError(std::string description) {
 }
 
 NSError timeLimitError(std::string_view step, std::chrono::milliseconds limit) {
+  if (wasInterrupted()) return demonstrationError(fmt::format("{} was interrupted.", step));
   return demonstrationError(
       fmt::format("{} took longer than {} s.", step, static_cast<double>(limit.count()) / 1000));
 }

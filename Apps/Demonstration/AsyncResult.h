@@ -14,7 +14,7 @@ namespace orvane {
 /// An error of the demonstration itself.
 NSError demonstrationError(std::string description);
 
-/// The error for a step that did not end in time.
+/// The error for a step that did not end in time, or that a signal ended.
 NSError timeLimitError(std::string_view step, std::chrono::milliseconds limit);
 
 /// Waits for one asynchronous GIO call: pass `callback` and `callbackData()` to the call. An answer

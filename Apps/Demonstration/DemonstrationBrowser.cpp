@@ -1,9 +1,6 @@
 #include "Apps/Demonstration/DemonstrationBrowser.h"
 
-#include <csignal>
-
 #include <fmt/format.h>
-#include <glib-unix.h>
 #include <libsoup/soup.h>
 
 #include "Apps/Demonstration/AsyncResult.h"
@@ -156,15 +153,7 @@ Expected<GObjectPointer<GdkTexture>> DemonstrationBrowser::picture() {
 }
 
 void DemonstrationBrowser::runUntilClosed() {
-  const auto interrupted = [](gpointer flag) -> gboolean {
-    *static_cast<bool*>(flag) = true;
-    return G_SOURCE_CONTINUE;
-  };
-  const guint interrupt = g_unix_signal_add(SIGINT, interrupted, &closed_);
-  const guint termination = g_unix_signal_add(SIGTERM, interrupted, &closed_);
-  while (!closed_) g_main_context_iteration(nullptr, TRUE);
-  g_source_remove(interrupt);
-  g_source_remove(termination);
+  while (!closed_ && !wasInterrupted()) g_main_context_iteration(nullptr, TRUE);
 }
 
 }  // namespace orvane

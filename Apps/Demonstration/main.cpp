@@ -8,6 +8,7 @@
 #include "Apps/Demonstration/Demonstration.h"
 #include "Apps/Demonstration/DemonstrationExpectations.h"
 #include "Apps/Demonstration/DemonstrationSite.h"
+#include "Apps/Demonstration/MainLoop.h"
 #include "Apps/Demonstration/Picture.h"
 #include "Apps/Demonstration/Report.h"
 #include "Linux/Posix/ProgramFolder.h"
@@ -79,6 +80,7 @@ int main(int argc, char** argv) {
   app.add_flag("--keep-open", options.keepOpen,
                "Leave the window open, with the list in force, until it is closed");
   CLI11_PARSE(app, argc, argv);
+  endWaitsOnSignals();
   const int status = run(options);
   return std::fflush(stdout) == 0 && std::ferror(stdout) == 0 ? status : 1;
 }

@@ -180,6 +180,13 @@ TEST_F(DemonstrationTest, DoesNotWaitForEverForTheList) {
   EXPECT_EQ(leftovers(), 0U);
 }
 
+TEST_F(DemonstrationTest, CleansUpWhenItIsInterruptedAmidTheSteps) {
+  const auto run = runHeadless(copyWithHelper("kill -TERM $PPID\n"));
+  EXPECT_EQ(run.exitStatus, 1);
+  EXPECT_THAT(run.errors, HasSubstr(" was interrupted."));
+  EXPECT_EQ(leftovers(), 0U);
+}
+
 TEST_F(DemonstrationTest, SaysThatThePictureCannotBeWritten) {
   const auto run = runHeadless(programFolder() / programName, {"--picture", "missing/two.png"});
   EXPECT_EQ(run.exitStatus, 1);
