@@ -48,6 +48,7 @@ class Checker {
       return std::move(report_);
     }
     checkRoot(document->root());
+    checkCount();
     return std::move(report_);
   }
 
@@ -89,6 +90,13 @@ class Checker {
     checkListAsWhole(dropped);
   }
 
+  /// Packages are compiled into one list, so the limit is theirs too.
+  void checkCount() {
+    if (report_.rules <= mostBlockersInList) return;
+    reject(fmt::format("The file holds {} rules, but the browser takes at most {} in a list.",
+                       report_.rules, mostBlockersInList));
+  }
+
   void checkListAsWhole(std::size_t dropped) {
     if (json_.size() < text_.size()) {
       reject(
@@ -101,10 +109,6 @@ class Checker {
       reject(
           "The browser drops every rule of the list because of its selector, and it refuses the "
           "empty list that remains.");
-    }
-    if (report_.rules > mostBlockersInList) {
-      reject(fmt::format("The list holds {} rules, but the browser takes at most {}.",
-                         report_.rules, mostBlockersInList));
     }
     if (isNestedTooDeeply(json_)) {
       reject(

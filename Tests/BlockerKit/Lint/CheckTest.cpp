@@ -138,6 +138,17 @@ TEST(CheckTest, RefusesMoreRulesThanTheBrowserTakes) {
   EXPECT_THAT(report.findings[0].finding.reason, HasSubstr("150001 rules"));
 }
 
+TEST(CheckTest, TellsThatPackagesHoldMoreRulesThanOneListTakes) {
+  const std::string rule =
+      R"({"id":"","name":"","content":{"trigger":{"url-filter":"x"},"action":{"type":"block"}}})";
+  std::string package = R"({"id":"p","name":"P","rules":[)";
+  for (int count = 0; count < 75001; ++count) package.append(count == 0 ? "" : ",").append(rule);
+  const auto report = checkText("[" + package + "]}," + package + "]}]");
+  EXPECT_EQ(report.rules, 150002U);
+  EXPECT_TRUE(report.hasErrors());
+  EXPECT_THAT(report.findings.back().finding.reason, HasSubstr("150002 rules"));
+}
+
 TEST(CheckTest, NamesThePlaceOfARuleInAList) {
   const auto found =
       onlyFinding("[\n" + std::string(blocker) + ", " + std::string(badBlocker) + "]");
