@@ -73,9 +73,10 @@ bool setAsideIfDamaged(Platform& platform, const std::filesystem::path& path,
                        PackageFileForm form) {
   auto& files = platform.fileManager;
   const auto attributes = files.attributesOfItem(path);
-  if (!attributes || !isDamaged(platform, path, form)) return true;
-  const auto kept =
-      keep(files, path, attributes->modificationDate.value_or(FileDate()), files.contents(path));
+  if (!attributes) return true;
+  const auto contents = files.contents(path);
+  if (contents && readsBackInFull(*contents, form)) return true;
+  const auto kept = keep(files, path, attributes->modificationDate.value_or(FileDate()), contents);
   if (!kept) {
     platform.systemLog.print(
         fmt::format("Could not set aside '{}', which cannot be read in full: {}", path.string(),
