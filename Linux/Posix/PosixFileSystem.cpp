@@ -57,15 +57,21 @@ bool isStillNamed(int file, const path& path) {
          opened.st_dev == named.st_dev && opened.st_ino == named.st_ino;
 }
 
+/// Waits for the lock of an open file.
+bool lockExclusively(int file) {
+  while (::flock(file, LOCK_EX) != 0) {
+    if (errno != EINTR) return false;
+  }
+  return true;
+}
+
 /// Opens the intermediate file and waits for its lock. The writer that held the lock has renamed
 /// the file meanwhile, and then a new one is opened.
 Expected<FileDescriptor> openLocked(const path& path) {
   while (true) {
     FileDescriptor file = openFile(path, O_WRONLY | O_CREAT | O_NOFOLLOW);
     if (!file) return failure("create", path);
-    while (::flock(file.get(), LOCK_EX) != 0) {
-      if (errno != EINTR) return failure("lock", path);
-    }
+    if (!lockExclusively(file.get())) return failure("lock", path);
     if (isStillNamed(file.get(), path)) return file;
   }
 }
@@ -149,6 +155,13 @@ Expected<void> PosixFileSystem::rename(const path& from, const path& to) {
   if (std::rename(from.c_str(), to.c_str()) != 0) return failure("rename", from);
   if (!syncFolder(folderOf(to))) return failure("sync the folder of", to);
   return {};
+}
+
+Expected<std::shared_ptr<void>> PosixFileSystem::lock(const path& path) {
+  auto file = std::make_shared<FileDescriptor>(openFile(path, O_RDWR | O_CREAT));
+  if (!*file) return failure("open", path);
+  if (!lockExclusively(file->get())) return failure("lock", path);
+  return file;
 }
 
 }  // namespace orvane

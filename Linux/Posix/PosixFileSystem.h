@@ -18,6 +18,7 @@ class PosixFileSystem final : public FileSystem {
   Expected<void> createDirectories(const std::filesystem::path& path) override;
   Expected<void> rename(const std::filesystem::path& from,
                         const std::filesystem::path& to) override;
+  Expected<std::shared_ptr<void>> lock(const std::filesystem::path& path) override;
 };
 
 }  // namespace orvane

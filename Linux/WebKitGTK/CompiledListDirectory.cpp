@@ -1,15 +1,9 @@
 #include "Linux/WebKitGTK/CompiledListDirectory.h"
 
-#include <cerrno>
 #include <utility>
 
-#include <fcntl.h>
 #include <fmt/format.h>
-#include <sys/file.h>
-#include <sys/stat.h>
 #include <xxhash.h>
-
-#include "Linux/Posix/PosixError.h"
 
 namespace orvane {
 namespace {
@@ -104,14 +98,8 @@ void CompiledListDirectory::removeAllBut(const std::string& current, const std::
   }
 }
 
-Expected<FileDescriptor> CompiledListDirectory::lock() {
-  const auto file = path_ / "lock";
-  FileDescriptor opened(::open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR));
-  if (!opened) return tl::unexpected(posixError("open", file));
-  while (::flock(opened.get(), LOCK_EX) != 0) {
-    if (errno != EINTR) return tl::unexpected(posixError("lock", file));
-  }
-  return opened;
+Expected<std::shared_ptr<void>> CompiledListDirectory::lock() {
+  return fileSystem_.lock(path_ / "lock");
 }
 
 }  // namespace orvane

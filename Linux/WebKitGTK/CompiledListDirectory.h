@@ -1,11 +1,11 @@
 #pragma once
 
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 
-#include "Linux/Posix/FileDescriptor.h"
 #include "Platform/Foundation/FileSystem.h"
 
 namespace orvane {
@@ -63,7 +63,7 @@ class CompiledListDirectory {
   void removeAllBut(const std::string& current, const std::string& previous);
 
   /// Waits until no other process compiles, and keeps others waiting until the result is destroyed.
-  Expected<FileDescriptor> lock();
+  Expected<std::shared_ptr<void>> lock();
 
  private:
   FileSystem& fileSystem_;

@@ -24,6 +24,7 @@ class ContentBlockerManager final : public SFContentBlockerManager {
   /// Completions that have not been called by then never are.
   ~ContentBlockerManager() override;
 
+  bool hasStateQuery() const override { return true; }
   void getStateOfContentBlocker(std::string_view identifier, StateCompletion completion) override;
   void reloadContentBlocker(std::string_view identifier, ReloadCompletion completion) override;
 

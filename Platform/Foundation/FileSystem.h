@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -46,6 +47,11 @@ class FileSystem {
   /// Renames a file or a folder; a file at the new name is replaced.
   virtual Expected<void> rename(const std::filesystem::path& from,
                                 const std::filesystem::path& to) = 0;
+
+  /// Waits until nobody else, no other process and no other thread, holds the lock of that name;
+  /// then holds it until the result is destroyed or the process ends. `path` names a file that is
+  /// made when it is missing and has no other use.
+  virtual Expected<std::shared_ptr<void>> lock(const std::filesystem::path& path) = 0;
 };
 
 }  // namespace orvane

@@ -51,6 +51,10 @@ Expected<void> NSFileManager::moveItem(const std::filesystem::path& from,
   return fileSystem_.rename(from, to);
 }
 
+Expected<std::shared_ptr<void>> NSFileManager::lock(const std::filesystem::path& path) {
+  return fileSystem_.lock(path);
+}
+
 Expected<void> NSFileManager::copyItem(const std::filesystem::path& from,
                                        const std::filesystem::path& to) {
   if (fileExists(to)) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -41,6 +42,9 @@ class NSFileManager {
   Expected<FileAttributes> attributesOfItem(const std::filesystem::path& path);
   Expected<void> createDirectoryWithIntermediateDirectories(const std::filesystem::path& path);
   Expected<void> moveItem(const std::filesystem::path& from, const std::filesystem::path& to);
+
+  /// See `FileSystem::lock`.
+  Expected<std::shared_ptr<void>> lock(const std::filesystem::path& path);
 
   /// Copies a file together with its modification date. Fails when there is a file at `to`.
   Expected<void> copyItem(const std::filesystem::path& from, const std::filesystem::path& to);

@@ -60,6 +60,15 @@ Expected<void> InMemoryFileSystem::rename(const std::filesystem::path& from,
   return {};
 }
 
+Expected<std::shared_ptr<void>> InMemoryFileSystem::lock(const std::filesystem::path& path) {
+  if (fails(Operation::lock, path)) return orderedFailure();
+  auto& known = locks_[path.string()];
+  if (!known.expired()) return failure(EDEADLK, "held already: " + path.string());
+  std::shared_ptr<void> lock = std::make_shared<char>();
+  known = lock;
+  return lock;
+}
+
 void InMemoryFileSystem::put(const std::filesystem::path& path, std::string contents, int second) {
   static_cast<void>(createDirectories(path.parent_path()));
   files[path.string()] = {std::move(contents), atSecond(second)};

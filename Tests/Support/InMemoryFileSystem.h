@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <map>
+#include <memory>
 #include <string>
 
 #include "Platform/Foundation/FileSystem.h"
@@ -16,7 +17,7 @@ class InMemoryFileSystem final : public FileSystem {
     std::optional<FileDate> date;
   };
   /// The operations that can be told to fail.
-  enum class Operation { read, replace, createDirectories, rename };
+  enum class Operation { read, replace, createDirectories, rename, lock };
 
   Expected<std::string> read(const std::filesystem::path& path) override;
   Expected<void> replace(const std::filesystem::path& path, std::string_view contents,
@@ -25,6 +26,8 @@ class InMemoryFileSystem final : public FileSystem {
   Expected<void> createDirectories(const std::filesystem::path& path) override;
   Expected<void> rename(const std::filesystem::path& from,
                         const std::filesystem::path& to) override;
+  /// A lock that is held already cannot be waited for in one thread; it is an error.
+  Expected<std::shared_ptr<void>> lock(const std::filesystem::path& path) override;
 
   /// Puts a file there, with the folders above it; `second` is its date, since the epoch.
   void put(const std::filesystem::path& path, std::string contents, int second);
@@ -47,6 +50,7 @@ class InMemoryFileSystem final : public FileSystem {
 
   std::map<std::string, bool> directories_{{"/", true}};
   std::map<Operation, std::map<std::string, bool>> failures_;
+  std::map<std::string, std::weak_ptr<void>> locks_;
 };
 
 inline FileDate atSecond(int second) { return FileDate(std::chrono::seconds(second)); }

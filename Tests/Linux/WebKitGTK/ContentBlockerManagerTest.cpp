@@ -43,10 +43,10 @@ class ContentBlocker : public ::testing::Test {
         ContentBlockerManager::Locations{program, folder / "tmp.json", folder / "lists"});
   }
 
-  /// Whether a process is blocked until this lock is free.
-  static bool somebodyWaitsFor(const FileDescriptor& lock) {
+  /// Whether a process is blocked until the lock of the compiled lists is free.
+  bool somebodyWaitsForTheLock() {
     struct stat status {};
-    EXPECT_EQ(::fstat(lock.get(), &status), 0);
+    EXPECT_EQ(::stat((directory.path() / "lock").c_str(), &status), 0);
     std::ifstream locks("/proc/locks");
     for (std::string line; std::getline(locks, line);) {
       const bool isOurs = line.find(":" + std::to_string(status.st_ino) + " ") != line.npos;
@@ -146,9 +146,9 @@ TEST_F(ContentBlocker, helperWaitsForTheLockAndThenReadsTheNewestList) {
     EXPECT_FALSE(error);
     answered = true;
   });
-  while (!somebodyWaitsFor(*lock)) ASSERT_FALSE(answered);
+  while (!somebodyWaitsForTheLock()) ASSERT_FALSE(answered);
   putList(listBlocking("new"));
-  lock = FileDescriptor();
+  lock->reset();
   while (!answered) g_main_context_iteration(nullptr, TRUE);
   EXPECT_EQ(directory.current()->source, CompiledListDirectory::hashOf(listBlocking("new")));
 }
