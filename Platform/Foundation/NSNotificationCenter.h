@@ -14,7 +14,9 @@ namespace orvane {
 
 struct NSNotification {
   std::string name;
-  std::map<std::string, std::variant<bool, std::string>> userInfo;
+  std::map<std::string, std::variant<bool, std::string>> userInfo = {};
+  /// The type that posts it; may be empty.
+  std::string object = {};
 };
 
 /// Tells observers what happened, by name. Any thread.

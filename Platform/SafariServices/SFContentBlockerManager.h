@@ -13,8 +13,8 @@ struct SFContentBlockerState {
   bool isEnabled = true;
 };
 
-/// The browser, as far as a content blocker may ask something of it. Used on the main queue;
-/// completions arrive there too, never inside the call that they answer.
+/// The browser, as far as a content blocker may ask something of it. Any thread may ask;
+/// completions arrive on the main queue, never inside the call that they answer.
 class SFContentBlockerManager {
  public:
   /// Either the state or the error is there.
@@ -26,6 +26,9 @@ class SFContentBlockerManager {
   SFContentBlockerManager(const SFContentBlockerManager&) = delete;
   SFContentBlockerManager& operator=(const SFContentBlockerManager&) = delete;
   virtual ~SFContentBlockerManager() = default;
+
+  /// Whether this browser can be asked for the state; an old one cannot.
+  virtual bool hasStateQuery() const = 0;
 
   virtual void getStateOfContentBlocker(std::string_view identifier,
                                         StateCompletion completion) = 0;

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string_view>
+
+#include "Platform/Foundation/KeyValueStore.h"
+
+namespace orvane {
+
+/// A suite of user defaults. Reading and writing on any thread, observing on the main queue.
+class NSUserDefaults : public KeyValueStore {
+ public:
+  /// An observation lasts as long as this value; once it is destroyed its callback is not called.
+  class Observation;
+
+  /// `database` has no other listener.
+  NSUserDefaults(KeyValueDatabase& database, LineOutput& systemLog);
+  ~NSUserDefaults();
+
+  /// From now on calls `changed` on the main queue as often as any process, this one included,
+  /// changes the value under `key`. What other keys do does not count.
+  [[nodiscard]] std::unique_ptr<Observation> addObserver(std::string_view key,
+                                                         std::function<void()> changed);
+};
+
+/// Opens the suite of that name: null when it cannot be opened. The suite lives as long as the
+/// platform. Main queue.
+using UserDefaultsSuites = std::function<NSUserDefaults*(std::string_view suiteName)>;
+
+}  // namespace orvane
