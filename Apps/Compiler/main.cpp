@@ -8,6 +8,7 @@
 #include "Linux/Posix/PosixFileSystem.h"
 #include "Linux/WebKitGTK/CompiledListDirectory.h"
 #include "Linux/WebKitGTK/ListCompiler.h"
+#include "Platform/Foundation/ContentHash.h"
 
 namespace {
 
@@ -31,7 +32,7 @@ Expected<void> compile(const std::filesystem::path& source, CompiledListDirector
   if (!lock) return tl::unexpected(lock.error());
   const auto json = files.read(source);
   if (!json) return tl::unexpected(json.error());
-  const auto hash = CompiledListDirectory::hashOf(*json);
+  const auto hash = contentHash(*json);
   const auto previous = directory.current();
   if (previous && previous->source == hash && isIntact(directory, *previous)) return {};
 

@@ -3,17 +3,13 @@
 #include <utility>
 
 #include <fmt/format.h>
-#include <xxhash.h>
+
+#include "Platform/Foundation/ContentHash.h"
 
 namespace orvane {
 namespace {
 
 constexpr std::string_view formatLine = "orvane compiled list 1\n";
-
-std::string hash(std::string_view bytes) {
-  const XXH128_hash_t value = XXH3_128bits(bytes.data(), bytes.size());
-  return fmt::format("{:016x}{:016x}", value.high64, value.low64);
-}
 
 /// Takes the line "KEY VALUE\n" from the front of `text`.
 std::optional<std::string> takeLine(std::string_view& text, std::string_view key) {
@@ -40,8 +36,6 @@ bool isFolderName(std::string_view name) {
 
 CompiledListDirectory::CompiledListDirectory(FileSystem& fileSystem, std::filesystem::path path)
     : fileSystem_(fileSystem), path_(std::move(path)) {}
-
-std::string CompiledListDirectory::hashOf(std::string_view json) { return hash(json); }
 
 Expected<void> CompiledListDirectory::create() { return fileSystem_.createDirectories(path_); }
 
@@ -81,7 +75,7 @@ std::optional<std::string> CompiledListDirectory::checksumOf(const std::string& 
   const auto contents =
       fileSystem_.read(pathOf(folder) / fmt::format("ContentRuleList-{}", identifier));
   if (!contents) return std::nullopt;
-  return hash(*contents);
+  return contentHash(*contents);
 }
 
 void CompiledListDirectory::remove(const std::string& folder) {

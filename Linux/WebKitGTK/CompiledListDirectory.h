@@ -12,11 +12,11 @@ namespace orvane {
 
 /// A list in the browser's compiled form.
 struct CompiledList {
-  /// The hash of the JSON that it was made from.
+  /// The `contentHash` of the JSON that it was made from.
   std::string source;
   /// The name of the folder that holds it, which no other list ever had.
   std::string folder;
-  /// The hash of the compiled file.
+  /// The `contentHash` of the compiled file.
   std::string checksum;
   /// The version of the browser engine that compiled it.
   std::string compiler;
@@ -35,8 +35,6 @@ class CompiledListDirectory {
 
   /// `fileSystem` outlives the directory.
   CompiledListDirectory(FileSystem& fileSystem, std::filesystem::path path);
-
-  static std::string hashOf(std::string_view json);
 
   const std::filesystem::path& path() const { return path_; }
   Expected<void> create();

@@ -12,6 +12,7 @@
 #include "BlockerKit/JSON/JSONDocument.h"
 #include "Linux/Posix/PosixFileSystem.h"
 #include "Linux/WebKitGTK/CompiledListDirectory.h"
+#include "Platform/Foundation/ContentHash.h"
 #include "Tests/Support/ProgramRun.h"
 #include "Tests/Support/TemporaryDirectory.h"
 
@@ -72,7 +73,7 @@ class CompanionTest : public ::testing::Test {
   bool browserHasTheList() {
     CompiledListDirectory directory(files, container() / "CompiledLists");
     const auto current = directory.current();
-    return current && current->source == CompiledListDirectory::hashOf(get(list())) &&
+    return current && current->source == contentHash(get(list())) &&
            current->checksum == directory.checksumOf(current->folder);
   }
 

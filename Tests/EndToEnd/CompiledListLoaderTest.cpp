@@ -13,6 +13,7 @@
 #include "Linux/Posix/PosixFileSystem.h"
 #include "Linux/Posix/ProgramFolder.h"
 #include "Linux/WebKitGTK/CompiledListLoader.h"
+#include "Platform/Foundation/ContentHash.h"
 #include "Tests/EndToEnd/VirtualDisplay.h"
 #include "Tests/Support/ProgramRun.h"
 
@@ -117,7 +118,7 @@ TEST_F(CompiledListLoaderAloneTest, LoadsTheListThatIsCurrentAtTheStart) {
   startLoader(contentManager_.get());
   ASSERT_TRUE(waitForChange(1));
   EXPECT_THAT(changes_, testing::ElementsAre(directory_.current()));
-  EXPECT_EQ(changes_[0]->source, CompiledListDirectory::hashOf(blockApples));
+  EXPECT_EQ(changes_[0]->source, contentHash(blockApples));
   EXPECT_EQ(damages_, 0);
 }
 
@@ -142,7 +143,7 @@ TEST_F(CompiledListLoaderAloneTest, LoadsNothingWhileTheContentBlockerIsOff) {
   switchContentBlocker(true);
   ASSERT_TRUE(waitForChange(1));
   EXPECT_THAT(changes_, testing::ElementsAre(directory_.current()));
-  EXPECT_EQ(changes_[0]->source, CompiledListDirectory::hashOf(blockPears));
+  EXPECT_EQ(changes_[0]->source, contentHash(blockPears));
 }
 
 /// A page with two pictures in a real view; the proxy's log tells what the view may load.
@@ -209,7 +210,7 @@ TEST_F(CompiledListLoaderInViewTest, KeepsTheListInForceWhenANewerOneIsDamaged) 
   ASSERT_TRUE(waitForChange(1));
   const auto good = directory_.current().value();
   auto damaged = good;
-  damaged.source = CompiledListDirectory::hashOf(blockPears);
+  damaged.source = contentHash(blockPears);
   damaged.folder = directory_.newFolderFor(damaged.source);
   std::filesystem::copy(directory_.pathOf(good.folder), directory_.pathOf(damaged.folder),
                         std::filesystem::copy_options::recursive);

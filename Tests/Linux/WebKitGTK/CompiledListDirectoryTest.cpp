@@ -4,6 +4,7 @@
 
 #include "Linux/Posix/PosixFileSystem.h"
 #include "Linux/WebKitGTK/CompiledListDirectory.h"
+#include "Platform/Foundation/ContentHash.h"
 #include "Tests/Support/TemporaryDirectory.h"
 
 namespace orvane::test {
@@ -22,16 +23,16 @@ class CompiledLists : public ::testing::Test {
   TemporaryDirectory folder;
   PosixFileSystem files;
   CompiledListDirectory directory{files, folder / "lists"};
-  const std::string hash = CompiledListDirectory::hashOf("a");
+  const std::string hash = contentHash("a");
   const std::string a = hash + ".1";
   const std::string b = hash + ".2";
-  const std::string c = CompiledListDirectory::hashOf("c") + ".10";
+  const std::string c = contentHash("c") + ".10";
 };
 
 TEST_F(CompiledLists, sourceIsKnownByItsHash) {
   EXPECT_EQ(hash.size(), 32U);
-  EXPECT_EQ(hash, CompiledListDirectory::hashOf("a"));
-  EXPECT_NE(hash, CompiledListDirectory::hashOf("b"));
+  EXPECT_EQ(hash, contentHash("a"));
+  EXPECT_NE(hash, contentHash("b"));
 }
 
 TEST_F(CompiledLists, newFolderHasANameThatNoFolderHas) {

@@ -8,6 +8,7 @@
 #include "Linux/Posix/PosixFileSystem.h"
 #include "Linux/WebKitGTK/CompiledListDirectory.h"
 #include "Linux/WebKitGTK/ContentBlockerManager.h"
+#include "Platform/Foundation/ContentHash.h"
 #include "Tests/Support/TemporaryDirectory.h"
 
 namespace orvane::test {
@@ -73,7 +74,7 @@ TEST_F(ContentBlocker, reloadCompilesTheListAndMakesItCurrent) {
   putList(listBlocking("ads"));
   EXPECT_EQ(reload(), std::nullopt);
   ASSERT_TRUE(directory.current());
-  EXPECT_EQ(directory.current()->source, CompiledListDirectory::hashOf(listBlocking("ads")));
+  EXPECT_EQ(directory.current()->source, contentHash(listBlocking("ads")));
   EXPECT_EQ(directory.current()->checksum, directory.checksumOf(directory.current()->folder));
 }
 
@@ -128,7 +129,7 @@ TEST_F(ContentBlocker, failureToCompileTheCurrentListAgainKeepsIt) {
 
 TEST_F(ContentBlocker, remainsOfAKilledCompileAreNeitherUsedNorKept) {
   putList(listBlocking("ads"));
-  const auto remains = directory.pathOf(CompiledListDirectory::hashOf(listBlocking("ads")) + ".1");
+  const auto remains = directory.pathOf(contentHash(listBlocking("ads")) + ".1");
   std::filesystem::create_directories(remains);
   std::ofstream(remains / "ContentRuleList-orvane") << "half a lis";
   EXPECT_EQ(reload(), std::nullopt);
@@ -150,7 +151,7 @@ TEST_F(ContentBlocker, helperWaitsForTheLockAndThenReadsTheNewestList) {
   putList(listBlocking("new"));
   lock->reset();
   while (!answered) g_main_context_iteration(nullptr, TRUE);
-  EXPECT_EQ(directory.current()->source, CompiledListDirectory::hashOf(listBlocking("new")));
+  EXPECT_EQ(directory.current()->source, contentHash(listBlocking("new")));
 }
 
 TEST_F(ContentBlocker, exitStatusOfTheHelperDecidesWhateverItSays) {
@@ -202,7 +203,7 @@ TEST_F(ContentBlocker, newListTakesTheOldOnesPlaceAndOnlyThePreviousOneIsKept) {
     EXPECT_EQ(reload(), std::nullopt);
   }
   const auto path = [&](const char* urlFilter) {
-    return directory.pathOf(CompiledListDirectory::hashOf(listBlocking(urlFilter)) + ".1");
+    return directory.pathOf(contentHash(listBlocking(urlFilter)) + ".1");
   };
   EXPECT_EQ(directory.pathOf(directory.current()->folder), path("three"));
   EXPECT_TRUE(std::filesystem::exists(path("two")));
@@ -221,7 +222,7 @@ TEST_F(ContentBlocker, reloadsAtTheSameTimeEndWithTheNewestList) {
     manager->reloadContentBlocker(identifier, count);
   }
   while (answers < 3) g_main_context_iteration(nullptr, TRUE);
-  EXPECT_EQ(directory.current()->source, CompiledListDirectory::hashOf(listBlocking("three")));
+  EXPECT_EQ(directory.current()->source, contentHash(listBlocking("three")));
 }
 
 TEST_F(ContentBlocker, completionsAreNotCalledOnceTheManagerIsGone) {
