@@ -1,6 +1,7 @@
 #include "BlockerKit/Model/Package.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "Platform/Foundation/FatalError.h"
 
@@ -12,23 +13,29 @@ PackageType Package::type() const {
 
 PackageCollectionType Package::groupType() const { return orvane::groupType(type()); }
 
-Package Package::packageBySettingRule(const Rule& rule) const {
-  Package result = *this;
-  const auto sameID = std::find_if(result.rules.begin(), result.rules.end(),
+Package Package::packageBySettingRule(const Rule& rule) const& {
+  return Package(*this).packageBySettingRule(rule);
+}
+
+Package Package::packageBySettingRule(const Rule& rule) && {
+  const auto sameID = std::find_if(rules.begin(), rules.end(),
                                    [&](const Rule& other) { return other.id == rule.id; });
-  if (sameID == result.rules.end()) {
-    result.rules.push_back(rule);
+  if (sameID == rules.end()) {
+    rules.push_back(rule);
   } else {
     *sameID = rule;
   }
-  return result;
+  return std::move(*this);
 }
 
-Package Package::packageByRemovingRuleAtIndex(std::size_t index) const {
+Package Package::packageByRemovingRuleAtIndex(std::size_t index) const& {
+  return Package(*this).packageByRemovingRuleAtIndex(index);
+}
+
+Package Package::packageByRemovingRuleAtIndex(std::size_t index) && {
   if (index >= rules.size()) fatalError("Index out of range", "BlockerKit/Model");
-  Package result = *this;
-  result.rules.erase(result.rules.begin() + static_cast<std::ptrdiff_t>(index));
-  return result;
+  rules.erase(rules.begin() + static_cast<std::ptrdiff_t>(index));
+  return std::move(*this);
 }
 
 }  // namespace orvane

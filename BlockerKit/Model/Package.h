@@ -26,10 +26,12 @@ struct Package {
 
   /// This package with `rule` in it: in the place of the first rule with the same id, or else at
   /// the end.
-  Package packageBySettingRule(const Rule& rule) const;
+  Package packageBySettingRule(const Rule& rule) const&;
+  Package packageBySettingRule(const Rule& rule) &&;
 
   /// This package without the rule at `index`. An index that is out of range stops the process.
-  Package packageByRemovingRuleAtIndex(std::size_t index) const;
+  Package packageByRemovingRuleAtIndex(std::size_t index) const&;
+  Package packageByRemovingRuleAtIndex(std::size_t index) &&;
 
   friend bool operator==(const Package&, const Package&) = default;
 };
