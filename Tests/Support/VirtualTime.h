@@ -75,7 +75,7 @@ class VirtualTime::Queue final : public Executor {
   void post(Task task) override { postAfter(Duration::zero(), std::move(task)); }
   void postAfter(Duration delay, Task task) override {
     if (ends_) return;
-    const auto due = time_.now_ + std::max(delay, Duration::zero());
+    const auto due = time_.now_ + std::clamp(delay, Duration::zero(), Time::max() - time_.now_);
     time_.tasks_.emplace(Place{due, time_.count_++}, Entry{this, std::move(task)});
   }
   void runAndWait(Task task) override {
