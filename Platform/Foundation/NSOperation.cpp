@@ -52,6 +52,7 @@ void NSOperation::finish(Remains& remains) {
 
 void NSOperation::abandon(Remains& remains) {
   isCancelled_ = true;
+  queue_ = nullptr;
   remains.completionBlocks.push_back(std::exchange(completionBlock_, {}));
   finish(remains);
 }

@@ -67,7 +67,6 @@ void NSOperationQueue::provideLane() {
 }
 
 void NSOperationQueue::engage(Executor& lane) {
-  if (ends_) return;
   if (ready_.empty()) return idleLanes_.push_back(&lane);
   lane.post([this, &lane] { runNext(lane); });
 }

@@ -366,35 +366,41 @@ TEST_F(NSOperationQueueTest, AnotherQueueHasItsTurnBetweenTwoOperations) {
   EXPECT_EQ(said, (Names{"a", "of the other", "b"}));
 }
 
-TEST_F(NSOperationQueueTest, AFinishedOperationIsLetGo) {
+TEST_F(NSOperationQueueTest, AFinishedOperationIsLetGoByItsQueueAndByWhatDependedOnIt) {
   auto first = saying("first");
   auto second = sayingAfter(first, "second");
+  const auto kept = sayingAfter(second, "kept");
   const std::weak_ptr<NSOperation> watchedFirst = first;
   const std::weak_ptr<NSOperation> watchedSecond = second;
+  queue->addOperation(kept);
   queue->addOperation(std::move(second));
   queue->addOperation(std::move(first));
   EXPECT_FALSE(watchedFirst.expired());
   time.runUntilIdle();
+  EXPECT_TRUE(kept->isFinished());
   EXPECT_TRUE(watchedFirst.expired());
   EXPECT_TRUE(watchedSecond.expired());
 }
 
 TEST_F(NSOperationQueueTest, WhatAnOperationHoldsMayCallTheQueueWhenItIsDestroyed) {
-  const auto callingQueue = [this] {
-    return std::shared_ptr<int>(new int(), [this](const int* value) {
+  const auto callingQueue = [this](const std::string& name) {
+    return std::shared_ptr<int>(new int(), [this, name](const int* value) {
       delete value;
-      said.push_back(std::to_string(queue->operationCount()));
+      said.push_back(name + std::to_string(queue->operationCount()));
     });
   };
-  auto first = operation([held = callingQueue()] {});
-  first->setCompletionBlock([held = callingQueue()] {});
+  auto first = operation([held = callingQueue("operation ")] {});
+  first->setCompletionBlock([held = callingQueue("block ")] {});
+  // This one has the last reference to the first.
+  auto second = sayingAfter(first, "second");
+  queue->addOperation(std::move(second));
   queue->addOperation(std::move(first));
   time.runUntilIdle();
-  EXPECT_EQ(said, (Names{"0", "0"}));
+  EXPECT_EQ(said, (Names{"block 1", "second", "operation 0"}));
 }
 
 TEST_F(NSOperationQueueTest, ALongChainOfOperationsEndsWithoutDeepRecursion) {
-  constexpr int length = 100000;
+  constexpr int length = 50000;
   int ran = 0;
   const auto addChain = [&] {
     auto previous = operation([&] { ++ran; });
