@@ -7,8 +7,9 @@
 
 namespace orvane {
 
-/// A serial queue: runs tasks one at a time, in the order in which they become due. Any thread may
-/// call. A task never runs inside the call that posts it.
+/// A serial queue: runs tasks one at a time, in the order in which they become due; tasks that
+/// become due at the same time run in the order in which they were posted. Any thread may call. A
+/// task never runs inside the call that posts it, and lets no exception out.
 class Executor {
  public:
   using Task = std::function<void()>;
@@ -19,17 +20,19 @@ class Executor {
   Executor() = default;
   Executor(const Executor&) = delete;
   Executor& operator=(const Executor&) = delete;
-  /// Tasks that have not begun by then never run.
+  /// A task that runs is waited for; those that have not begun by then never run, but are
+  /// destroyed. Not to be called from a task of this executor.
   virtual ~Executor() = default;
 
+  /// The task is due at once.
   virtual void post(Task task) = 0;
 
-  /// Runs `task` once `delay` has passed.
+  /// The task is due once `delay` has passed; a negative one counts as none.
   virtual void postAfter(Duration delay, Task task) = 0;
 
-  /// Runs `task` behind those that are due, and returns when it has run. Not to be called from a
-  /// task of this executor.
-  virtual void runAndWait(Task task) = 0;
+  /// Runs `task` behind those that are due, and returns when it has run, or when the executor ends
+  /// before that. Not to be called from a task of this executor.
+  virtual void runAndWait(Task task);
 
   virtual Time now() const = 0;
 };

@@ -1,8 +1,12 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "Platform/Foundation/Executor.h"
 #include "Platform/Foundation/NSOperation.h"
@@ -12,20 +16,26 @@ namespace orvane {
 /// How soon a user waits for the work. A label.
 enum class NSQualityOfService { utility = 17, userInitiated = 25 };
 
-/// Runs operations in the order in which they become ready. Any thread.
+/// Runs operations in the order in which they become ready: with all they depend on finished, or
+/// cancelled. Nothing runs inside a call of this class. Any thread.
 class NSOperationQueue {
  public:
   struct Properties {
     std::string name;
+    /// At least 1.
     std::size_t maxConcurrentOperationCount = 1;
     NSQualityOfService qualityOfService = NSQualityOfService::utility;
   };
 
-  /// `makeSerialQueue` makes what the operations run on, at their first use.
+  /// `makeSerialQueue` makes what the operations run on: one for each operation that is added while
+  /// the others have not finished, up to the maximum. It outlives the queue.
   NSOperationQueue(SerialQueueFactory& makeSerialQueue, Properties properties);
   NSOperationQueue(const NSOperationQueue&) = delete;
   NSOperationQueue& operator=(const NSOperationQueue&) = delete;
-  /// Waits for the operations that run; those that have not begun never will.
+  /// Waits for the operations that run, and for their completion blocks. Those that have not begun
+  /// never will: they are cancelled and finished without a call of their completion blocks, and
+  /// what depends on them on other queues proceeds. So is what a running operation adds meanwhile.
+  /// Not to be called from an operation or a completion block of this queue.
   ~NSOperationQueue();
 
   const Properties& properties() const { return properties_; }
@@ -39,7 +49,32 @@ class NSOperationQueue {
   std::size_t operationCount() const;
 
  private:
-  Properties properties_;
+  friend class NSOperation;
+
+  /// The operations in the order in which they were added.
+  using Operations = std::map<std::uint64_t, std::shared_ptr<NSOperation>>;
+
+  /// Makes one more lane, if there can be work for it.
+  void provideLane();
+  /// What a lane runs for each operation.
+  void runNext(Executor& lane);
+  void perform(NSOperation& operation);
+
+  // With the graph locked:
+  void makeReady(NSOperation& operation);
+  std::shared_ptr<NSOperation> takeReady();
+  /// Runs the first operation that is ready; without one, the lane is idle.
+  void engage(Executor& lane);
+
+  SerialQueueFactory& makeSerialQueue_;
+  const Properties properties_;
+  bool ends_ = false;
+  std::uint64_t addedCount_ = 0;
+  Operations unfinished_;
+  std::deque<NSOperation*> ready_;
+  std::size_t laneCount_ = 0;  ///< with the lanes that are being made
+  std::vector<std::unique_ptr<Executor>> lanes_;
+  std::vector<Executor*> idleLanes_;
 };
 
 }  // namespace orvane

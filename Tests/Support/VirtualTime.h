@@ -1,10 +1,12 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <map>
 #include <memory>
-#include <string>
+#include <stdexcept>
 #include <utility>
+#include <vector>
 
 #include "Platform/Foundation/Executor.h"
 
@@ -33,12 +35,7 @@ class VirtualTime {
   }
 
   /// Runs one task that is due; false when none is.
-  bool runOne() {
-    if (tasks_.empty() || tasks_.begin()->first.first > now_) return false;
-    auto task = tasks_.extract(tasks_.begin());
-    task.mapped().run();
-    return true;
-  }
+  bool runOne();
 
   std::unique_ptr<Executor> makeExecutor();
 
@@ -46,15 +43,18 @@ class VirtualTime {
 
  private:
   class Queue;
-  struct Task {
-    const Queue* queue;
-    Executor::Task run;
+  struct Entry {
+    Queue* queue;
+    Executor::Task task;
   };
-  using Due = std::pair<Executor::Time, std::uint64_t>;
+  using Place = std::pair<Executor::Time, std::uint64_t>;
+  using Entries = std::map<Place, Entry>;
+
+  void run(Entries::iterator entry);
 
   Executor::Time now_{};
   std::uint64_t count_ = 0;
-  std::map<Due, Task> tasks_;
+  Entries tasks_;
 };
 
 class VirtualTime::Queue final : public Executor {
@@ -63,36 +63,60 @@ class VirtualTime::Queue final : public Executor {
   Queue(const Queue&) = delete;
   Queue& operator=(const Queue&) = delete;
   ~Queue() override {
-    std::erase_if(time_.tasks_, [this](const auto& task) { return task.second.queue == this; });
+    ends_ = true;
+    // What the tasks hold may post when it is destroyed.
+    std::vector<Entries::node_type> dropped;
+    for (auto at = time_.tasks_.begin(); at != time_.tasks_.end();) {
+      const auto entry = at++;
+      if (entry->second.queue == this) dropped.push_back(time_.tasks_.extract(entry));
+    }
   }
 
-  void post(Task task) override { postAfter(Duration(0), std::move(task)); }
+  void post(Task task) override { postAfter(Duration::zero(), std::move(task)); }
   void postAfter(Duration delay, Task task) override {
-    time_.tasks_.emplace(Due{time_.now_ + delay, time_.count_++},
-                         VirtualTime::Task{this, std::move(task)});
+    if (ends_) return;
+    const auto due = time_.now_ + std::max(delay, Duration::zero());
+    time_.tasks_.emplace(Place{due, time_.count_++}, Entry{this, std::move(task)});
   }
   void runAndWait(Task task) override {
-    while (auto own = takeDue()) own.run();
-    task();
+    // Where threads do this, the wait has no end.
+    if (isRunning_) throw std::logic_error("A task waits for the queue that it runs on");
+    bool ran = false;
+    post([&] {
+      task();
+      ran = true;
+    });
+    while (!ran) time_.run(first());
   }
   Time now() const override { return time_.now_; }
 
- private:
-  struct Taken {
-    Executor::Task run;
-    explicit operator bool() const { return run != nullptr; }
-  };
+  void run(const Task& task) {
+    isRunning_ = true;
+    task();
+    isRunning_ = false;
+  }
 
-  Taken takeDue() {
-    for (auto at = time_.tasks_.begin(); at != time_.tasks_.end(); ++at) {
-      if (at->first.first > time_.now_) break;
-      if (at->second.queue == this) return {time_.tasks_.extract(at).mapped().run};
-    }
-    return {};
+ private:
+  Entries::iterator first() {
+    return std::find_if(time_.tasks_.begin(), time_.tasks_.end(),
+                        [this](const auto& entry) { return entry.second.queue == this; });
   }
 
   VirtualTime& time_;
+  bool isRunning_ = false;
+  bool ends_ = false;
 };
+
+inline bool VirtualTime::runOne() {
+  if (tasks_.empty() || tasks_.begin()->first.first > now_) return false;
+  run(tasks_.begin());
+  return true;
+}
+
+inline void VirtualTime::run(Entries::iterator entry) {
+  const auto taken = tasks_.extract(entry);
+  taken.mapped().queue->run(taken.mapped().task);
+}
 
 inline std::unique_ptr<Executor> VirtualTime::makeExecutor() {
   return std::make_unique<Queue>(*this);
