@@ -10,6 +10,7 @@ SQLiteStatement::SQLiteStatement(sqlite3* database, std::string_view text) {
 }
 
 SQLiteRun::~SQLiteRun() {
+  if (statement_ == nullptr) return;
   sqlite3_reset(statement_);
   sqlite3_clear_bindings(statement_);
 }

@@ -28,12 +28,12 @@ class SQLiteStatement {
 
 /// One run of a statement, from its parameters to its last row. As long as it lasts, and outside of
 /// a transaction, what other runs read is of the same moment. The parameters outlive the run, of
-/// which a statement has one at a time.
+/// which a statement has one at a time. A run of a statement that could not be prepared fails.
 class SQLiteRun {
  public:
   template <typename... Parameters>
   explicit SQLiteRun(const SQLiteStatement& statement, const Parameters&... parameters)
-      : statement_(statement.get()) {
+      : statement_(statement.get()), failed_(statement_ == nullptr) {
     int index = 0;
     (bind(++index, parameters), ...);
   }
@@ -60,7 +60,7 @@ class SQLiteRun {
   void note(int result) { failed_ |= result != SQLITE_OK; }
 
   sqlite3_stmt* statement_;
-  bool failed_ = false;
+  bool failed_;
 };
 
 }  // namespace orvane
