@@ -135,7 +135,7 @@ Expected<bool> KeyValueTransaction::removeEntriesNotIn(const Key& key,
   bool removed = false;
   for (const auto& name : *names) {
     if (dictionary.contains(name)) continue;
-    if (const auto result = tables_.removeEntry(key, name); !result) return result;
+    if (auto result = tables_.removeEntry(key, name); !result) return result;
     removed = true;
   }
   return removed;

@@ -21,7 +21,8 @@ Expected<void> sync(const std::filesystem::path& path) {
 
 }  // namespace
 
-SQLiteKeyValueDatabase::SQLiteKeyValueDatabase(std::filesystem::path path, Executor& mainQueue)
+SQLiteKeyValueDatabase::SQLiteKeyValueDatabase(const std::filesystem::path& path,
+                                               Executor& mainQueue)
     : path_(std::filesystem::absolute(path)),
       doorbell_(std::filesystem::path(path_).replace_extension("doorbell")),
       mainQueue_(mainQueue) {}

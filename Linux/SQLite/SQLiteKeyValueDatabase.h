@@ -22,7 +22,7 @@ class SQLiteKeyValueDatabase final : public KeyValueDatabase {
  public:
   /// `mainQueue` runs on GLib's default main context and outlives the database, which is made and
   /// destroyed there.
-  SQLiteKeyValueDatabase(std::filesystem::path path, Executor& mainQueue);
+  SQLiteKeyValueDatabase(const std::filesystem::path& path, Executor& mainQueue);
   ~SQLiteKeyValueDatabase() override;
 
   /// Opens the database if it is not open. A file that is damaged, of another program or of a newer
