@@ -1,6 +1,7 @@
 #include <array>
 #include <csignal>
 #include <functional>
+#include <random>
 #include <string>
 
 #include <glib.h>
@@ -101,9 +102,15 @@ void addEntry(benchmark::State& state) {
   const auto put = [&](const char* key, const KeyValueStore::Value& value) {
     check(machine.defaults().setEntry(key, "75000 and one", value).has_value(), "Cannot set");
   };
+  std::minstd_rand random;
   const auto remove = [&] {
     put("large", std::nullopt);
     put("empty", std::nullopt);
+    // Every so many pages a commit also empties the log. Were the pages of a round always as many,
+    // that would always fall on the same side.
+    for (auto count = random() % 8; count > 0; --count) {
+      check(machine.defaults().setObject(nextText(), "k").has_value(), "Cannot set");
+    }
   };
   measureBeside(
       state, remove, [&] { put("large", text); }, [&] { put("empty", text); });
