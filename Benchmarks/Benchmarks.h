@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 #include "Benchmarks/Scenario.h"
 
 namespace orvane::benchmarks {
@@ -14,5 +16,13 @@ void registerEdits(const Scenario& scenario);
 
 /// The rebuild of the list, beside the browser's own compilation of it.
 void registerCompile(const Scenario& scenario);
+
+/// Shared user defaults, beside the database that they are kept in and beside a pipe.
+void registerDefaults();
+
+/// What the program does when it is started with this option and the path of user defaults: until
+/// it is killed it sets "pong" whenever "ping" changes.
+inline constexpr const char* echoDefaultsOption = "--echo-defaults";
+int echoDefaults(const std::string& path);
 
 }  // namespace orvane::benchmarks

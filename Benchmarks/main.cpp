@@ -1,4 +1,5 @@
 #include <cstdlib>
+#include <string_view>
 #include <vector>
 
 #include <benchmark/benchmark.h>
@@ -7,6 +8,7 @@
 
 int main(int argc, char** argv) {
   using namespace orvane::benchmarks;
+  if (argc == 3 && std::string_view(argv[1]) == echoDefaultsOption) return echoDefaults(argv[2]);
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
 
@@ -19,6 +21,7 @@ int main(int argc, char** argv) {
   }
   for (const auto& scenario : scenarios) registerRebuild(scenario);
   for (const auto& scenario : scenarios) registerEdits(scenario);
+  registerDefaults();
 #ifdef ORVANE_DESKTOP
   for (const auto& scenario : scenarios) registerCompile(scenario);
 #endif

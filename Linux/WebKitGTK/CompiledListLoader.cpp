@@ -2,7 +2,18 @@
 
 #include <utility>
 
+#include "Linux/Posix/PosixFileSystem.h"
+
 namespace orvane {
+namespace {
+
+/// A folder can be watched for a file to come only when it is there.
+const std::filesystem::path& made(const std::filesystem::path& folder) {
+  static_cast<void>(PosixFileSystem().createDirectories(folder));
+  return folder;
+}
+
+}  // namespace
 
 /// One attempt to bring a list into force. `loader` is gone when the attempt is out of date.
 struct CompiledListLoader::Load {
@@ -24,8 +35,9 @@ CompiledListLoader::CompiledListLoader(CompiledListDirectory directory, BrowserS
       contentBlockerIdentifier_(std::move(contentBlockerIdentifier)),
       contentManager_(WEBKIT_USER_CONTENT_MANAGER(g_object_ref(contentManager))),
       observer_(std::move(observer)),
-      listWatch_(directory_.path(), CompiledListDirectory::currentFileName, [this] { update(); }),
-      settingsWatch_(settings_.file().parent_path(), settings_.file().filename().string(),
+      listWatch_(made(directory_.path()), CompiledListDirectory::currentFileName,
+                 [this] { update(); }),
+      settingsWatch_(made(settings_.file().parent_path()), settings_.file().filename().string(),
                      [this] { update(); }) {
   update();
 }

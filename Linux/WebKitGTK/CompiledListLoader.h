@@ -7,9 +7,9 @@
 
 #include <webkit/webkit.h>
 
+#include "Linux/GLib/InotifyWatch.h"
 #include "Linux/WebKitGTK/BrowserSettings.h"
 #include "Linux/WebKitGTK/CompiledListDirectory.h"
-#include "Linux/WebKitGTK/InotifyWatch.h"
 
 namespace orvane {
 

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <cstdint>
+#include <optional>
+
 #include "Platform/Foundation/KeyValueStore.h"
 #include "Platform/Foundation/NSNotificationCenter.h"
 
@@ -20,6 +23,15 @@ class NSUbiquitousKeyValueStore : public KeyValueStore {
 
   /// From now on changes by others are notified. Main queue.
   void startNotifying();
+
+ private:
+  void notifyOfForeignChange();
+  std::optional<std::uint64_t> foreignVersion();
+
+  NSNotificationCenter& notificationCenter_;
+  bool isNotifying_ = false;
+  /// As of the last look; unknown when the database could not be read then.
+  std::optional<std::uint64_t> seen_;
 };
 
 }  // namespace orvane

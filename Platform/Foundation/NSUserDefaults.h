@@ -3,6 +3,8 @@
 #include <functional>
 #include <memory>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "Platform/Foundation/KeyValueStore.h"
 
@@ -12,7 +14,18 @@ namespace orvane {
 class NSUserDefaults : public KeyValueStore {
  public:
   /// An observation lasts as long as this value; once it is destroyed its callback is not called.
-  class Observation;
+  class Observation {
+   public:
+    Observation(const Observation&) = delete;
+    Observation& operator=(const Observation&) = delete;
+    ~Observation() = default;
+
+   private:
+    friend class NSUserDefaults;
+    struct Observed;
+    explicit Observation(std::shared_ptr<Observed> observed) : observed_(std::move(observed)) {}
+    std::shared_ptr<Observed> observed_;
+  };
 
   /// `database` has no other listener.
   NSUserDefaults(KeyValueDatabase& database, LineOutput& systemLog);
@@ -22,6 +35,12 @@ class NSUserDefaults : public KeyValueStore {
   /// changes the value under `key`. What other keys do does not count.
   [[nodiscard]] std::unique_ptr<Observation> addObserver(std::string_view key,
                                                          std::function<void()> changed);
+
+ private:
+  void tellObservers();
+
+  bool isListening_ = false;
+  std::vector<std::weak_ptr<Observation::Observed>> observed_;
 };
 
 /// Opens the suite of that name: null when it cannot be opened. The suite lives as long as the

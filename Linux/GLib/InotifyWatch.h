@@ -11,7 +11,8 @@ namespace orvane {
 /// Tells, on the default main context, that a file of a folder was put in place or written anew.
 class InotifyWatch {
  public:
-  /// `folder` is made when it is missing. Several changes may be told as one.
+  /// A folder that does not exist is not watched, also when it comes into being. Several changes
+  /// may be told as one. `changed` must not destroy the watch.
   InotifyWatch(const std::filesystem::path& folder, std::string fileName,
                std::function<void()> changed);
   InotifyWatch(const InotifyWatch&) = delete;

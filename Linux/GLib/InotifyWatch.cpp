@@ -1,4 +1,4 @@
-#include "Linux/WebKitGTK/InotifyWatch.h"
+#include "Linux/GLib/InotifyWatch.h"
 
 #include <array>
 #include <cstring>
@@ -6,8 +6,6 @@
 
 #include <glib-unix.h>
 #include <sys/inotify.h>
-
-#include "Linux/Posix/PosixFileSystem.h"
 
 namespace orvane {
 
@@ -17,7 +15,6 @@ InotifyWatch::InotifyWatch(const std::filesystem::path& folder, std::string file
       changed_(std::move(changed)),
       inotify_(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {
   if (!inotify_) return;
-  static_cast<void>(PosixFileSystem().createDirectories(folder));
   ::inotify_add_watch(inotify_.get(), folder.c_str(),
                       IN_MOVED_TO | IN_CLOSE_WRITE | IN_DELETE | IN_MOVED_FROM);
   const auto readable = [](gint, GIOCondition, gpointer self) -> gboolean {
