@@ -1,5 +1,6 @@
 #include "Benchmarks/BenchmarkMachine.h"
 
+#include "BlockerKit/Catalogue/Catalogue.h"
 #include "BlockerKit/Catalogue/EnabledBlockers.h"
 #include "Platform/Foundation/FatalError.h"
 
@@ -17,23 +18,26 @@ BenchmarkMachine::BenchmarkMachine(const Scenario& scenario)
       container_(folder_ / PersistentStore::applicationGroup),
       fileManager_(fileSystem_, {folder_.path(), {folder_ / "Documents"}}),
       bundle_(fileManager_, folder_ / "bundle"),
-      makeUUID_([] { return std::string("UUID"); }),
-      platform_{fileManager_, bundle_, notificationCenter_, urlLoader_, makeUUID_,
-                output_,      output_} {
+      platform_(test::withFiles(rest_.platform, fileManager_, bundle_)) {
   PersistentStore store(platform_);
   require(store.writePackages(scenario.preinstalled, PackageType::PreinstalledPackages) &&
               store.writePackages(scenario.configurable, PackageType::ConfigurablePackages) &&
               store.writePackages(scenario.custom, PackageType::CustomPackages),
           "The packages cannot be written");
-  ruleCount_ = enabledBlockers(store.readAllPackages(), {}, scenario.disabledRuleIDs).size();
+  ruleCount_ = blockers(store).size();
   rebuild();
   list_ = read(container_ / "tmp.json");
 }
 
 void BenchmarkMachine::rebuild() {
   PersistentStore store(platform_);
-  const auto blockers = enabledBlockers(store.readAllPackages(), {}, scenario_.disabledRuleIDs);
-  require(store.writeBlockersToSafariJSONFile(blockers), "The list cannot be written");
+  require(store.writeBlockersToSafariJSONFile(blockers(store)), "The list cannot be written");
+}
+
+std::vector<Blocker> BenchmarkMachine::blockers(PersistentStore& store) const {
+  const auto catalogue =
+      Catalogue{.preinstalled = share(store.readPreinstalledPackages())}.loaded(store);
+  return enabledBlockers(catalogue.packages(), {}, scenario_.disabledRuleIDs);
 }
 
 std::vector<std::filesystem::path> BenchmarkMachine::packageFiles() const {

@@ -12,13 +12,8 @@
 
 namespace orvane::benchmarks {
 
-class SilentOutput final : public LineOutput {
- public:
-  void print(std::string_view /*line*/) override {}
-};
-
 /// The machine's own files in a folder of their own, with the package files and the list of a
-/// scenario; what is printed goes nowhere.
+/// scenario.
 class BenchmarkMachine {
  public:
   explicit BenchmarkMachine(const Scenario& scenario);
@@ -35,19 +30,21 @@ class BenchmarkMachine {
   void replace(const std::filesystem::path& path, std::string_view contents);
 
   Platform& platform() { return platform_; }
+  NSUserDefaults& sharedDefaults() { return rest_.suite(); }
+  /// Runs what is due on the queues, all in this thread.
+  void runUntilIdle() { rest_.time.runUntilIdle(); }
   const std::filesystem::path& container() const { return container_; }
 
  private:
+  std::vector<Blocker> blockers(PersistentStore& store) const;
+
   const Scenario& scenario_;
   test::TemporaryDirectory folder_;
   std::filesystem::path container_;
   PosixFileSystem fileSystem_;
   NSFileManager fileManager_;
   NSBundle bundle_;
-  NSNotificationCenter notificationCenter_;
-  test::FixedURLLoader urlLoader_;
-  UUIDGenerator makeUUID_;
-  SilentOutput output_;
+  test::TestPlatform rest_;
   Platform platform_;
   std::string list_;
   std::size_t ruleCount_ = 0;

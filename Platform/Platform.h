@@ -1,11 +1,16 @@
 #pragma once
 
+#include "Platform/AppKit/NSWorkspace.h"
+#include "Platform/Foundation/Executor.h"
 #include "Platform/Foundation/LineOutput.h"
 #include "Platform/Foundation/NSBundle.h"
 #include "Platform/Foundation/NSFileManager.h"
 #include "Platform/Foundation/NSNotificationCenter.h"
 #include "Platform/Foundation/NSURLLoader.h"
 #include "Platform/Foundation/NSUUID.h"
+#include "Platform/Foundation/NSUbiquitousKeyValueStore.h"
+#include "Platform/Foundation/NSUserDefaults.h"
+#include "Platform/SafariServices/SFContentBlockerManager.h"
 
 namespace orvane {
 
@@ -21,6 +26,15 @@ struct Platform {
   LineOutput& standardOutput;
   /// The machine's log, apart from the standard output.
   LineOutput& systemLog;
+  /// The run loop of the process.
+  Executor& mainQueue;
+  SerialQueueFactory& makeSerialQueue;
+  UserDefaultsSuites& userDefaultsSuite;
+  /// The user defaults of this process alone.
+  NSUserDefaults& standardUserDefaults;
+  NSUbiquitousKeyValueStore& ubiquitousStore;
+  SFContentBlockerManager& contentBlockerManager;
+  NSWorkspace& workspace;
 };
 
 }  // namespace orvane

@@ -5,17 +5,14 @@
 #include <utility>
 
 #include <fmt/format.h>
-#include <rapidjson/stringbuffer.h>
-#include <rapidjson/writer.h>
 
+#include "Apps/Companion/JSONAnswer.h"
 #include "Apps/Companion/Printable.h"
 #include "BlockerKit/Lint/Check.h"
 #include "Linux/Posix/PosixFileSystem.h"
 
 namespace orvane {
 namespace {
-
-using Writer = rapidjson::Writer<rapidjson::StringBuffer>;
 
 enum ExitStatus { accepted = 0, refused = 1, unreadable = 2 };
 
@@ -77,17 +74,7 @@ void printText(const std::string& file, const CheckReport& report) {
              counted(report.findings.size() - errors, "warning"));
 }
 
-void writeText(Writer& writer, const char* key, std::string_view text) {
-  writer.Key(key);
-  writer.String(text.data(), static_cast<rapidjson::SizeType>(text.size()));
-}
-
-void writeNumber(Writer& writer, const char* key, std::size_t number) {
-  writer.Key(key);
-  writer.Uint64(number);
-}
-
-void writeFinding(Writer& writer, const CheckFinding& found) {
+void writeFinding(JSONWriter& writer, const CheckFinding& found) {
   const auto& [place, finding] = found;
   writer.StartObject();
   writeText(writer, "severity", nameOf(finding.severity));
@@ -103,7 +90,7 @@ void writeFinding(Writer& writer, const CheckFinding& found) {
   writer.EndObject();
 }
 
-void writeReport(Writer& writer, const std::string& file, const CheckReport& report) {
+void writeReport(JSONWriter& writer, const std::string& file, const CheckReport& report) {
   writer.StartObject();
   writeText(writer, "file", file);
   writeText(writer, "kind", nameOf(report.kind));
@@ -121,7 +108,7 @@ void writeReport(Writer& writer, const std::string& file, const CheckReport& rep
 int runCheckCommand(const std::vector<std::string>& files, bool asJSON) {
   PosixFileSystem fileSystem;
   rapidjson::StringBuffer json;
-  Writer writer(json);
+  JSONWriter writer(json);
   writer.StartArray();
   int status = accepted;
   for (const auto& file : files) {

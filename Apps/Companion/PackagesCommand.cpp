@@ -1,14 +1,15 @@
 #include "Apps/Companion/PackagesCommand.h"
 
 #include <algorithm>
-#include <string>
 #include <vector>
 
 #include <fmt/format.h>
-#include <rapidjson/stringbuffer.h>
-#include <rapidjson/writer.h>
 
+#include "Apps/Companion/Failure.h"
+#include "Apps/Companion/JSONAnswer.h"
+#include "Apps/Companion/Lookup.h"
 #include "Apps/Companion/Printable.h"
+#include "Apps/Companion/Table.h"
 #include "Process/Process.h"
 
 namespace orvane {
@@ -27,37 +28,51 @@ std::string kindOf(const Package& package) {
   return "custom";
 }
 
-void printTable(const std::vector<Package>& packages) {
-  std::size_t idWidth = 2;
-  for (const auto& package : packages) idWidth = std::max(idWidth, package.id.size());
-  fmt::print("{:13}  {:{}}  {:>6}  {}\n", "KIND", "ID", idWidth, "RULES", "NAME");
+struct Row {
+  const Package* package;
+  bool isEnabled;
+  std::size_t disabledRules;
+};
+
+std::vector<Row> rowsOf(const std::vector<Package>& packages,
+                        BlockerPreferenceManager& preferences) {
+  std::vector<Row> rows;
+  rows.reserve(packages.size());
   for (const auto& package : packages) {
-    fmt::print("{:13}  {:{}}  {:>6}  {}\n", kindOf(package), printable(package.id), idWidth,
-               package.rules.size(), printable(package.name));
+    rows.push_back({&package, !preferences.userPreferenceIsDisabledForPackage(package),
+                    preferences.filterRulesForPackage(package, false).size()});
   }
+  return rows;
 }
 
-void writeText(rapidjson::Writer<rapidjson::StringBuffer>& writer, const char* key,
-               const std::string& text) {
-  writer.Key(key);
-  writer.String(text.data(), static_cast<rapidjson::SizeType>(text.size()));
+void printText(const std::vector<Row>& rows) {
+  std::vector<std::vector<std::string>> table{{"KIND", "ID", "STATE", "RULES", "OFF", "NAME"}};
+  for (const auto& [package, isEnabled, disabledRules] : rows) {
+    table.push_back({kindOf(*package), package->id, isEnabled ? "on" : "off",
+                     std::to_string(package->rules.size()), std::to_string(disabledRules),
+                     package->name});
+  }
+  printTable(table);
 }
 
-void printJSON(const std::vector<Package>& packages) {
-  rapidjson::StringBuffer text;
-  rapidjson::Writer writer(text);
+void write(JSONWriter& writer, const std::vector<Row>& rows) {
   writer.StartArray();
-  for (const auto& package : packages) {
+  for (const auto& [package, isEnabled, disabledRules] : rows) {
     writer.StartObject();
-    writeText(writer, "kind", kindOf(package));
-    writeText(writer, "id", package.id);
-    writeText(writer, "name", package.name);
-    writer.Key("rules");
-    writer.Uint64(package.rules.size());
+    writeText(writer, "kind", kindOf(*package));
+    writeText(writer, "id", package->id);
+    writeText(writer, "name", package->name);
+    writeNumber(writer, "rules", package->rules.size());
+    writeBoolean(writer, "enabled", isEnabled);
+    writeNumber(writer, "disabledRules", disabledRules);
     writer.EndObject();
   }
   writer.EndArray();
-  fmt::print("{}\n", text.GetString());
+}
+
+template <typename Item>
+void printIdentifiers(const std::vector<Item>& items) {
+  for (const auto& item : items) fmt::print("{}\n", printable(item.id));
 }
 
 }  // namespace
@@ -65,11 +80,25 @@ void printJSON(const std::vector<Package>& packages) {
 int runPackagesCommand(LinuxPlatform& machine, bool asJSON) {
   Process process(machine.platform());
   const auto packages = process.store().readAllPackages();
+  const auto rows = rowsOf(packages, process.dataManager().preferenceManager());
   if (asJSON) {
-    printJSON(packages);
+    printJSON([&](JSONWriter& writer) { write(writer, rows); });
   } else {
-    printTable(packages);
+    printText(rows);
   }
+  return 0;
+}
+
+int runIdentifiersCommand(LinuxPlatform& machine, const std::string& package) {
+  Process process(machine.platform());
+  const auto packages = process.store().readAllPackages();
+  if (package.empty()) {
+    printIdentifiers(packages);
+    return 0;
+  }
+  const auto found = findPackage(packages, package);
+  if (!found) return failure(found.error());
+  printIdentifiers((*found)->rules);
   return 0;
 }
 

@@ -1,106 +1,69 @@
 #include "Apps/Companion/RebuildCommand.h"
 
-#include <algorithm>
+#include <chrono>
 #include <optional>
 #include <utility>
-#include <vector>
 
 #include <fmt/format.h>
 #include <glib.h>
 #include <tl/expected.hpp>
-#include <unistd.h>
 
-#include "Apps/Companion/RefusedRules.h"
-#include "BlockerKit/Catalogue/EnabledBlockers.h"
-#include "BlockerKit/Lint/ContentBlockerLint.h"
-#include "BlockerKit/PersistentStore/SetAside.h"
+#include "Apps/Companion/ChangeCommand.h"
+#include "Apps/Companion/CompanionStatus.h"
+#include "Apps/Companion/Failure.h"
+#include "Apps/Companion/Progress.h"
+#include "Apps/Companion/ReloadError.h"
 #include "BlockerKit/Support/Stopwatch.h"
-#include "Linux/Posix/ProgramFolder.h"
-#include "Linux/WebKitGTK/ContentBlockerManager.h"
+#include "Linux/Posix/SingleInstance.h"
 #include "Process/Process.h"
 
 namespace orvane {
 namespace {
 
-constexpr const char* contentBlockerIdentifier = "com.tessaly.BlockerMac.BlockerMacExtension";
+/// The browser may be given up sooner, and then says so itself.
+constexpr std::chrono::minutes longestReload{10};
 
-/// What is going on, for somebody who waits at a terminal.
-class Progress {
- public:
-  Progress() = default;
-  Progress(const Progress&) = delete;
-  Progress& operator=(const Progress&) = delete;
-  ~Progress() { clear(); }
-
-  void show(std::string_view step) const {
-    if (isTerminal_) fmt::print(stderr, "\r\033[K{}…", step);
-  }
-  void clear() const {
-    if (isTerminal_) fmt::print(stderr, "\r\033[K");
-  }
-
- private:
-  bool isTerminal_ = ::isatty(STDERR_FILENO) == 1;
-};
-
-ContentBlockerManager makeBrowser(const LinuxPlatform& machine, PersistentStore& store) {
-  const auto list = store.pathToSafariJSON();
-  const auto config = machine.directories().config;
-  const auto settings = config ? *config / "orvane" / "browser.ini" : std::filesystem::path();
-  return {BrowserSettings(settings),
-          {.helper = programFolder() / "orvane-compile",
-           .blockerList = list,
-           .compiledLists = list.parent_path() / "CompiledLists"}};
+/// Runs the main loop until `value` is there.
+template <typename Value>
+Value waitFor(const std::optional<Value>& value) {
+  while (!value) g_main_context_iteration(nullptr, TRUE);
+  return *value;
 }
 
-/// Asks the browser and waits for its answer.
-std::optional<NSError> reload(SFContentBlockerManager& browser) {
-  bool answered = false;
-  std::optional<NSError> failure;
-  browser.reloadContentBlocker(contentBlockerIdentifier, [&](std::optional<NSError> error) {
-    failure = std::move(error);
-    answered = true;
-  });
-  while (!answered) g_main_context_iteration(nullptr, TRUE);
-  return failure;
+DataManager::RefreshResult readPackages(Process& process) {
+  std::optional<DataManager::RefreshResult> result;
+  process.dataManager().refresh([&](auto ended) { result = ended; });
+  return waitFor(result);
 }
 
-/// Why the list that the browser has may not be what it enforces; empty when it is.
-std::string reservation(SFContentBlockerManager& browser) {
+/// Why a list would not be built or would not be enforced; empty when it is.
+std::string obstacle(Platform& platform) {
   std::optional<std::string> answer;
-  browser.getStateOfContentBlocker(
-      contentBlockerIdentifier,
+  platform.contentBlockerManager.getStateOfContentBlocker(
+      Safari::contentBlockerIdentifier,
       [&](std::optional<SFContentBlockerState> state, const std::optional<NSError>& error) {
         if (!state) {
           answer = "The browser's settings cannot be read: " + error->localizedDescription;
         } else {
-          answer = state->isEnabled
-                       ? ""
-                       : "The content blocker is switched off in the browser's settings.";
+          answer = state->isEnabled ? "" : contentBlockerDisabledMessage;
         }
       });
-  while (!answer) g_main_context_iteration(nullptr, TRUE);
-  return *answer;
+  return waitFor(answer);
 }
 
-bool hasPreinstalledPackage(const std::vector<Package>& catalogue) {
-  return std::any_of(catalogue.begin(), catalogue.end(), [](const Package& package) {
-    return package.type() != PackageType::CustomPackages && !package.rules.empty();
+/// What the reload did; its own report when the browser was never asked.
+ReloadReport reload(Process& process, Platform& platform, std::optional<ReloadReport>& report) {
+  const auto giveUp = [&](NSError error) {
+    if (!report) report = ReloadReport{.isWritten = true, .result = {std::move(error)}};
+  };
+  process.safari().reload(process.dataManager().preferenceManager(), /*allowsCancelling=*/false,
+                          [&](const SafariReloadingResult& result) {
+                            if (const auto* failure = result.failure()) giveUp(*failure);
+                          });
+  platform.mainQueue.postAfter(longestReload, [&report, giveUp] {
+    giveUp({Safari::errorDomain, 0, "The browser does not answer."});
   });
-}
-
-/// The whole catalogue. Pre-installed packages that cannot be read in full come from the bundle
-/// again, if it has them.
-std::vector<Package> readCatalogue(LinuxPlatform& machine, PersistentStore& store) {
-  auto& platform = machine.platform();
-  auto catalogue = store.readAllPackages();
-  const auto bundled = platform.mainBundle.pathForResource("PreinstalledPackages", "json");
-  if (!bundled) return catalogue;
-  const auto shared = store.pathToSafariJSON().parent_path() / bundled->filename();
-  const auto form = PackageFileForm::packageList;
-  if (!isDamaged(platform, shared, form) || isDamaged(platform, *bundled, form)) return catalogue;
-  store.copyPreinstalledPackagesFromBundleToSharedContainer();
-  return store.readAllPackages();
+  return waitFor(report);
 }
 
 /// A damaged file is no obstacle, but its rules are missing from the list.
@@ -113,65 +76,71 @@ void warnOfDamagedFiles(PersistentStore& store) {
   }
 }
 
-std::string refusal(PersistentStore& store, const NSError& failure) {
-  std::string reason = "The browser did not take the list: " + failure.localizedDescription + "\n";
-  for (const auto& line : refusedRules(store.readAllPackages())) reason += line + "\n";
-  return reason + "The last good list, if there was one, stays in force.";
-}
-
 struct Rebuilt {
+  bool isPaused;
   std::size_t rules;
   std::size_t packages;
 };
 
 /// Does all of it but the talking; the error is a text for the user.
-tl::expected<Rebuilt, std::string> rebuild(LinuxPlatform& machine, PersistentStore& store,
-                                           SFContentBlockerManager& browser,
-                                           const Progress& progress) {
+tl::expected<Rebuilt, std::string> rebuild(LinuxPlatform& machine, const Progress& progress) {
+  auto& platform = machine.platform();
+  std::optional<ReloadReport> report;
+  Process process(platform, [&](const ReloadReport& reported) { report = reported; });
   progress.show("Reading the packages");
-  store.settleIdentifiers();
-  auto catalogue = readCatalogue(machine, store);
-  if (!hasPreinstalledPackage(catalogue)) {
-    return tl::unexpected<std::string>(
-        "The pre-installed packages cannot be found; the blocker list stays as it is.");
+  if (readPackages(process) == DataManager::RefreshResult::failed) {
+    return tl::unexpected<std::string>("The folder with the packages is missing.");
   }
-  const auto packageCount = catalogue.size();
-  const auto blockers = enabledBlockers(std::move(catalogue), {}, {});
-  if (blockers.size() > mostBlockersInList) {
-    return tl::unexpected(fmt::format("There are {} rules, and the browser takes {} at the most.",
-                                      blockers.size(), mostBlockersInList));
+  auto& dataManager = process.dataManager();
+  if (dataManager.preinstalledPackages().empty()) {
+    return tl::unexpected<std::string>(noPreinstalledPackagesMessage);
   }
+  if (auto reason = obstacle(platform); !reason.empty()) return tl::unexpected(std::move(reason));
 
-  progress.show("Writing the blocker list");
-  if (!store.writeBlockersToSafariJSONFile(blockers)) {
-    return tl::unexpected(
-        fmt::format("The blocker list '{}' cannot be written.", store.pathToSafariJSON().string()));
-  }
+  progress.show("Building the list and compiling it for the browser");
+  const auto reported = reload(process, platform, report);
+  warnOfDamagedFiles(process.store());
+  auto error = reloadError(reported, dataManager);
+  // What the companion has said of an earlier attempt is over.
+  publishCompanionStatus(platform, process.defaults(), error, reported.blockerCount);
+  if (!error.empty()) return tl::unexpected(std::move(error));
+  return Rebuilt{reported.isPaused, reported.blockerCount, dataManager.packages().size()};
+}
 
-  progress.show("Compiling it for the browser");
-  if (const auto failure = reload(browser)) return tl::unexpected(refusal(store, *failure));
-  return Rebuilt{blockers.size(), packageCount};
+/// Leaves the rebuild to the companion that runs.
+int handOver(LinuxPlatform& machine) {
+  ChangeCommand command(machine, {.waits = true});
+  if (!command.canStore()) return 1;
+  return command.conclude({.change = ChangeAnswer::Change::packageFiles});
 }
 
 }  // namespace
 
 int runRebuildCommand(LinuxPlatform& machine) {
-  Process process(machine.platform());
-  auto browser = makeBrowser(machine, process.store());
-  const Progress progress;
-  Stopwatch stopwatch;
-  stopwatch.start();
-  const auto rebuilt = rebuild(machine, process.store(), browser, progress);
-  stopwatch.stop();
-  progress.clear();
-  warnOfDamagedFiles(process.store());
-  if (!rebuilt) {
-    fmt::print(stderr, "orvane: {}\n", rebuilt.error());
+  // Without them the list would be another one than the user has asked for.
+  if (!opensSharedSettings(machine.platform())) return 1;
+  auto instance = SingleInstance::acquire(machine.companionLock(), SingleInstance::Role::passing);
+  if (!instance) {
+    complain(instance.error().localizedDescription);
     return 1;
   }
-  fmt::print("The browser has the new list: {} rules from {} packages ({:.1f} s).\n",
-             rebuilt->rules, rebuilt->packages, stopwatch.elapsed());
-  if (const auto notice = reservation(browser); !notice.empty()) fmt::print("{}\n", notice);
+  if (!*instance) return handOver(machine);
+  Stopwatch stopwatch;
+  stopwatch.start();
+  const Progress progress;
+  const auto rebuilt = rebuild(machine, progress);
+  stopwatch.stop();
+  progress.clear();
+  if (!rebuilt) {
+    complain(rebuilt.error());
+    return 1;
+  }
+  if (rebuilt->isPaused) {
+    fmt::print("Blocking is paused: the browser has a list that blocks nothing.\n");
+  } else {
+    fmt::print("The browser has the new list: {} rules from {} packages ({:.1f} s).\n",
+               rebuilt->rules, rebuilt->packages, stopwatch.elapsed());
+  }
   return 0;
 }
 

@@ -1,21 +1,18 @@
 #include <cstdio>
-#include <string>
-#include <vector>
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
+#include <unistd.h>
 
-#include "Apps/Companion/CheckCommand.h"
-#include "Apps/Companion/DiagnosticLog.h"
-#include "Apps/Companion/PackagesCommand.h"
-#include "Apps/Companion/RebuildCommand.h"
+#include "Apps/Companion/CommandLine.h"
+#include "Apps/Companion/CommandLog.h"
+#include "Apps/Companion/CompanionCommand.h"
 #include "BlockerKit/PersistentStore/PersistentStore.h"
+#include "Linux/GLib/SystemLog.h"
+#include "Linux/Posix/DiagnosticLog.h"
 
 namespace {
 
 using namespace orvane;
-
-constexpr int usageError = 2;
 
 /// Without the folder that the programs share nothing can be read or written; says so.
 bool hasSharedContainer(LinuxPlatform& machine) {
@@ -41,31 +38,18 @@ bool isWritten(std::FILE* output) {
 }
 
 int run(int argc, char** argv) {
-  CLI::App app("Blocks adverts, trackers and annoyances in the browser.", "orvane");
-  app.require_subcommand(1);
-  app.set_version_flag("--version", "orvane " ORVANE_VERSION);
+  const auto commandLine = parseCommandLine(argc, argv);
+  if (commandLine.exitStatus) return *commandLine.exitStatus;
+  if (commandLine.plainCommand) return commandLine.plainCommand();
 
-  const auto* rebuild =
-      app.add_subcommand("rebuild", "Build the blocker list from the packages and load it");
-  auto* packages = app.add_subcommand("packages", "List the packages");
-  bool asJSON = false;
-  packages->add_flag("--json", asJSON, "Print JSON");
-  auto* check = app.add_subcommand("check", "Say what is wrong with lists and packages");
-  std::vector<std::string> checkedFiles;
-  check->add_option("FILE", checkedFiles, "A list, a package or a list of packages")->required();
-  check->add_flag("--json", asJSON, "Print JSON");
-  try {
-    app.parse(argc, argv);
-  } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? 0 : usageError;
-  }
-  if (check->parsed()) return runCheckCommand(checkedFiles, asJSON);
-
+  const bool isCompanion = commandLine.command == nullptr;
+  SystemLog systemLog;
+  CommandLog commandLog;
   const auto log = openDiagnosticLog(XDGDirectories::ofThisProcess().state);
-  LinuxPlatform machine(log.get());
+  LinuxPlatform machine(PersistentStore::applicationGroup, isCompanion ? STDOUT_FILENO : log.get(),
+                        isCompanion ? static_cast<LineOutput&>(systemLog) : commandLog);
   if (!hasSharedContainer(machine)) return 1;
-  if (rebuild->parsed()) return runRebuildCommand(machine);
-  return runPackagesCommand(machine, asJSON);
+  return isCompanion ? runCompanionCommand(machine) : commandLine.command(machine);
 }
 
 }  // namespace

@@ -1,10 +1,13 @@
 #include <cstdio>
 #include <string>
+#include <utility>
 
 #include <fmt/format.h>
 #include <sys/stat.h>
 #include <webkit/webkit.h>
 
+#include "BlockerKit/JSON/JSONDocument.h"
+#include "BlockerKit/Lint/ContentBlockerLint.h"
 #include "Linux/Posix/PosixFileSystem.h"
 #include "Linux/WebKitGTK/CompiledListDirectory.h"
 #include "Linux/WebKitGTK/ListCompiler.h"
@@ -21,6 +24,26 @@ std::string compilerVersion() {
 
 bool isIntact(CompiledListDirectory& directory, const CompiledList& list) {
   return list.compiler == compilerVersion() && directory.checksumOf(list.folder) == list.checksum;
+}
+
+/// A line for each of the first entries of a list that the browser refuses: which it is, and why.
+std::string refusedEntries(std::string json) {
+  constexpr int mostLines = 10;
+  const auto document = JSONDocument::parse(std::move(json));
+  const auto entries = document ? document->root().array() : std::nullopt;
+  if (!entries) return "";
+  std::string lines;
+  int count = 0;
+  int number = 0;
+  for (const auto entry : *entries) {
+    ++number;
+    for (const auto& finding : lintContentBlocker(JSONValue(entry)).findings) {
+      if (finding.severity != Severity::Error || ++count > mostLines) continue;
+      lines += fmt::format("\nEntry {} of the list: {}{}{}", number, finding.key,
+                           finding.key.empty() ? "" : ": ", finding.reason);
+    }
+  }
+  return lines;
 }
 
 /// Makes the list that `source` holds once the lock is ours the current one. Of several that run at
@@ -49,7 +72,9 @@ Expected<void> compile(const std::filesystem::path& source, CompiledListDirector
           });
   if (!made) {
     directory.remove(folder);
-    return made;
+    auto error = std::move(made.error());
+    error.localizedDescription += refusedEntries(*json);
+    return tl::unexpected(std::move(error));
   }
   directory.removeAllBut(folder, previous ? previous->folder : folder);
   return {};

@@ -47,8 +47,8 @@ Demonstration::Demonstration(std::filesystem::path compiler, std::chrono::millis
       compiledLists_(files_, folder_->path() / "compiled"),
       expectations_(demonstrationExpectations()),
       browser_(proxy_->url(), limit),
-      loader_(compiledLists_, settings_, contentBlockerIdentifier, browser_.contentManager(),
-              loaderObserver()) {}
+      loader_(mainQueue_, compiledLists_, settings_, contentBlockerIdentifier,
+              browser_.contentManager(), loaderObserver()) {}
 
 CompiledListLoader::Observer Demonstration::loaderObserver() {
   return {
@@ -106,7 +106,7 @@ Expected<void> Demonstration::compileList() {
 
   bool ended = false;
   std::optional<NSError> failure;
-  ContentBlockerManager manager(settings_, {compiler_, list, compiledLists_.path()});
+  ContentBlockerManager manager(mainQueue_, settings_, {compiler_, list, compiledLists_.path()});
   manager.reloadContentBlocker(contentBlockerIdentifier, [&](std::optional<NSError> error) {
     ended = true;
     failure = std::move(error);

@@ -9,6 +9,7 @@
 #include "Apps/Demonstration/Judgement.h"
 #include "Apps/Demonstration/LoopbackProxy.h"
 #include "Apps/Demonstration/TemporaryFolder.h"
+#include "Linux/GLib/MainLoopExecutor.h"
 #include "Linux/Posix/PosixFileSystem.h"
 #include "Linux/WebKitGTK/CompiledListLoader.h"
 
@@ -48,6 +49,7 @@ class Demonstration {
   std::chrono::milliseconds limit_;
   std::unique_ptr<TemporaryFolder> folder_;
   std::unique_ptr<LoopbackProxy> proxy_;
+  MainLoopExecutor mainQueue_;
   PosixFileSystem files_;
   BrowserSettings settings_;
   CompiledListDirectory compiledLists_;

@@ -1,10 +1,6 @@
 #pragma once
 
 #include <memory>
-#include <optional>
-#include <string>
-#include <string_view>
-#include <variant>
 #include <vector>
 
 #include "BlockerKit/Model/Package.h"
@@ -17,20 +13,23 @@ using SharedPackages = std::shared_ptr<const std::vector<Package>>;
 
 SharedPackages share(std::vector<Package> packages);
 
+/// All packages in compile order: pre-installed, configurable but for the first, custom, and the
+/// first configurable package, the whitelist, last. They live as long as the lists. A configurable
+/// list without packages stops the process.
+std::vector<const Package*> inCompileOrder(const std::vector<Package>& preinstalled,
+                                           const std::vector<Package>& configurable,
+                                           const std::vector<Package>& custom);
+
 /// The packages of a process at one moment. A value; a copy costs little.
 struct Catalogue {
-  SharedPackages general = share({});
-  SharedPackages international = share({});
   SharedPackages preinstalled = share({});
-  SharedPackages configurable;
-  SharedPackages custom;
+  SharedPackages configurable = nullptr;
+  SharedPackages custom = nullptr;
 
   /// The catalogue with the lists that are absent read from their files.
   Catalogue loaded(PersistentStore& store) const;
 
-  /// All packages of a loaded catalogue in compile order: pre-installed, configurable but for the
-  /// first, custom, and the first configurable package, the whitelist, last. A configurable list
-  /// without packages stops the process.
+  /// The packages of a loaded catalogue in compile order.
   std::vector<const Package*> packages() const;
 };
 

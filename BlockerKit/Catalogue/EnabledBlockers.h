@@ -14,13 +14,7 @@ using DisabledRuleIDs = std::map<std::string, std::vector<std::string>>;
 
 /// The blockers of all rules that are switched on, in the order of `packages` and of their rules.
 /// A package whose identifier is in `disabledPackageIDs` is left out whole.
-std::vector<Blocker> enabledBlockers(std::span<const Package> packages,
-                                     const std::vector<std::string>& disabledPackageIDs,
-                                     const DisabledRuleIDs& disabledRuleIDs);
-
-/// The same for packages that are not needed any more: their blockers are moved, not copied, and
-/// what is left of them has no defined value.
-std::vector<Blocker> enabledBlockers(std::vector<Package>&& packages,
+std::vector<Blocker> enabledBlockers(std::span<const Package* const> packages,
                                      const std::vector<std::string>& disabledPackageIDs,
                                      const DisabledRuleIDs& disabledRuleIDs);
 

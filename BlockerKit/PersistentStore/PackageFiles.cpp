@@ -7,8 +7,10 @@
 
 #include "BlockerKit/JSON/RecordReader.h"
 #include "BlockerKit/JSON/RecordWriter.h"
+#include "BlockerKit/PersistentStore/ConfigurablePackages.h"
 #include "BlockerKit/PersistentStore/CopyFile.h"
 #include "BlockerKit/PersistentStore/PersistentStore.h"
+#include "Platform/Foundation/ContentHash.h"
 #include "Platform/Foundation/FatalError.h"
 
 namespace orvane {
@@ -21,33 +23,6 @@ constexpr std::array standardTypes{PackageType::blockAds, PackageType::blockTrac
                                    PackageType::blockAdult};
 
 std::string fileName(PackageType type) { return std::string(rawValue(type)); }
-
-Package emptyPackage(ConfigurablePackageType type, std::string name) {
-  return {std::string(rawValue(type)), std::move(name), {}};
-}
-
-std::vector<Package> defaultConfigurablePackages() {
-  return {emptyPackage(ConfigurablePackageType::Whitelist, "Whitelist"),
-          emptyPackage(ConfigurablePackageType::BlockURL, "Block URLs"),
-          emptyPackage(ConfigurablePackageType::BlockCookies, "Block Cookies"),
-          emptyPackage(ConfigurablePackageType::HideElements, "Hide Page Elements"),
-          emptyPackage(ConfigurablePackageType::makeHttps, "Make HTTPS-only")};
-}
-
-bool contains(const std::vector<Package>& packages, ConfigurablePackageType type) {
-  return std::any_of(packages.begin(), packages.end(),
-                     [&](const Package& package) { return package.id == rawValue(type); });
-}
-
-/// The configurable packages with the two that must always be there.
-std::vector<Package> completed(std::vector<Package> packages) {
-  const auto defaults = defaultConfigurablePackages();
-  if (!contains(packages, ConfigurablePackageType::Whitelist)) {
-    packages.insert(packages.begin(), defaults.front());
-  }
-  if (!contains(packages, ConfigurablePackageType::makeHttps)) packages.push_back(defaults.back());
-  return packages;
-}
 
 void append(std::vector<Package>& catalogue, std::vector<Package>::iterator first,
             std::vector<Package>::iterator last) {
@@ -154,6 +129,14 @@ bool PersistentStore::refresh(PackageType type, const Candidates& candidates,
   return true;
 }
 
+Expected<std::optional<std::string>> PersistentStore::fingerprint(PackageType type) {
+  const auto newestCopy = newest(candidates(type));
+  if (!newestCopy) return std::optional<std::string>();
+  return platform_.fileManager.contents(*newestCopy).map([](const std::string& contents) {
+    return std::optional(contentHash(contents));
+  });
+}
+
 std::optional<std::vector<Package>> PersistentStore::readPackages(PackageType type,
                                                                   bool expectsList) {
   return readPackages(type, expectsList, platform_.makeUUID);
@@ -207,8 +190,8 @@ std::vector<Package> PersistentStore::readCustomPackages() {
 }
 
 std::vector<Package> PersistentStore::readConfigurablePackages() {
-  auto packages = readPackages(PackageType::ConfigurablePackages, /*expectsList=*/true);
-  return packages ? completed(std::move(*packages)) : defaultConfigurablePackages();
+  return completedConfigurablePackages(
+      readPackages(PackageType::ConfigurablePackages, /*expectsList=*/true));
 }
 
 std::vector<Package> PersistentStore::readAllPackages() {
@@ -222,18 +205,32 @@ std::vector<Package> PersistentStore::readAllPackages() {
   return catalogue;
 }
 
-void PersistentStore::settleIdentifiers() {
-  for (const auto type : {PackageType::ConfigurablePackages, PackageType::CustomPackages}) {
-    bool madeSome = false;
-    const UUIDGenerator observed = [&] {
-      madeSome = true;
-      return platform_.makeUUID();
-    };
-    auto packages = readPackages(type, /*expectsList=*/true, observed);
-    if (!madeSome) continue;
-    if (type == PackageType::ConfigurablePackages) packages = completed(std::move(*packages));
-    writePackages(*packages, type);
+Expected<std::shared_ptr<void>> PersistentStore::lockPackageFiles() {
+  const auto& container = sharedContainerURL();
+  if (!container) invalidFilePath("the lock");
+  return platform_.fileManager.lock(*container / "PackageFiles.lock");
+}
+
+void PersistentStore::settleIdentifiers(PackageType type) {
+  const auto lock = lockPackageFiles();
+  if (!lock) {
+    platform_.systemLog.print(lock.error().localizedDescription);
+    return;
   }
+  bool madeSome = false;
+  const UUIDGenerator observed = [&] {
+    madeSome = true;
+    return platform_.makeUUID();
+  };
+  auto packages = readPackages(type, /*expectsList=*/true, observed);
+  if (!madeSome) return;
+  if (type == PackageType::ConfigurablePackages) packages = completedConfigurablePackages(packages);
+  writePackages(*packages, type);
+}
+
+void PersistentStore::settleIdentifiers() {
+  settleIdentifiers(PackageType::ConfigurablePackages);
+  settleIdentifiers(PackageType::CustomPackages);
 }
 
 std::vector<std::filesystem::path> PersistentStore::damagedUserFiles() {
@@ -253,7 +250,10 @@ bool PersistentStore::store(const std::filesystem::path& path, const Expected<st
                                                path.string(), json.error().localizedDescription));
     return false;
   }
-  if (!setAsideIfDamaged(platform_, path, form)) return false;
+  // What is replaced by itself loses nothing, and that is seen much faster than damage.
+  const auto present = platform_.fileManager.contents(path);
+  const bool isSame = present && *present == *json;
+  if (!isSame && !setAsideIfDamaged(platform_, path, form)) return false;
   const auto created = platform_.fileManager.createFile(path, *json);
   if (!created) platform_.systemLog.print(created.error().localizedDescription);
   return created.has_value();

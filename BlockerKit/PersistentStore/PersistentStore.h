@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <span>
@@ -49,8 +50,19 @@ class PersistentStore {
   /// and the first configurable package, the whitelist, last.
   std::vector<Package> readAllPackages();
 
-  /// Writes the user's own package files back once where they hold rules or packages without an id,
-  /// which would otherwise have another id at every reading.
+  /// Waits until no other process changes the package files, and keeps others from it until the
+  /// result is destroyed. Whoever writes back what it has read holds the lock from before the
+  /// reading until after the writing.
+  Expected<std::shared_ptr<void>> lockPackageFiles();
+
+  /// Stands for what a reading of this file would find: it changes when the file does. Absent when
+  /// there is no file.
+  Expected<std::optional<std::string>> fingerprint(PackageType type);
+
+  /// Writes one of the user's own package files back once when it holds rules or packages without
+  /// an id, which would otherwise have another id at every reading.
+  void settleIdentifiers(PackageType type);
+  /// The same for all of them.
   void settleIdentifiers();
 
   /// Those of the user's own package files that are there and cannot be read in full.

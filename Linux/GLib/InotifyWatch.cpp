@@ -1,5 +1,6 @@
 #include "Linux/GLib/InotifyWatch.h"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <utility>
@@ -9,14 +10,16 @@
 
 namespace orvane {
 
-InotifyWatch::InotifyWatch(const std::filesystem::path& folder, std::string fileName,
+InotifyWatch::InotifyWatch(const std::filesystem::path& folder, std::vector<std::string> fileNames,
                            std::function<void()> changed)
-    : fileName_(std::move(fileName)),
+    : fileNames_(std::move(fileNames)),
       changed_(std::move(changed)),
       inotify_(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {
   if (!inotify_) return;
-  ::inotify_add_watch(inotify_.get(), folder.c_str(),
-                      IN_MOVED_TO | IN_CLOSE_WRITE | IN_DELETE | IN_MOVED_FROM);
+  if (::inotify_add_watch(inotify_.get(), folder.c_str(),
+                          IN_MOVED_TO | IN_CLOSE_WRITE | IN_DELETE | IN_MOVED_FROM) < 0) {
+    return;
+  }
   const auto readable = [](gint, GIOCondition, gpointer self) -> gboolean {
     auto& watch = *static_cast<InotifyWatch*>(self);
     if (watch.takeEvents()) watch.changed_();
@@ -39,11 +42,15 @@ bool InotifyWatch::takeEvents() {
       inotify_event event{};
       std::memcpy(&event, buffer.data() + at, sizeof event);
       const char* name = buffer.data() + at + sizeof event;
-      concerned |= (event.mask & IN_Q_OVERFLOW) != 0 || (event.len > 0 && fileName_ == name);
+      concerned |= (event.mask & IN_Q_OVERFLOW) != 0 || (event.len > 0 && concerns(name));
       at += sizeof event + event.len;
     }
   }
   return concerned;
+}
+
+bool InotifyWatch::concerns(const char* fileName) const {
+  return std::ranges::find(fileNames_, fileName) != fileNames_.end();
 }
 
 }  // namespace orvane

@@ -158,7 +158,8 @@ Expected<void> PosixFileSystem::rename(const path& from, const path& to) {
 }
 
 Expected<std::shared_ptr<void>> PosixFileSystem::lock(const path& path) {
-  auto file = std::make_shared<FileDescriptor>(openFile(path, O_RDWR | O_CREAT));
+  // Whoever watches the file would take its closing for a change if it were open for writing.
+  auto file = std::make_shared<FileDescriptor>(openFile(path, O_RDONLY | O_CREAT));
   if (!*file) return failure("open", path);
   if (!lockExclusively(file->get())) return failure("lock", path);
   return file;

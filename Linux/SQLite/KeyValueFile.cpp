@@ -18,6 +18,8 @@ CREATE TABLE key (id INTEGER PRIMARY KEY, key TEXT NOT NULL UNIQUE, count INTEGE
                   kind INTEGER NOT NULL, value BLOB);
 CREATE TABLE entry (key INTEGER NOT NULL, name TEXT NOT NULL, value BLOB NOT NULL,
                     PRIMARY KEY (key, name)) WITHOUT ROWID;
+CREATE TABLE file (id INTEGER NOT NULL);
+INSERT INTO file VALUES (random());
 PRAGMA application_id = 0x4F727661;
 PRAGMA user_version = 1;
 COMMIT;

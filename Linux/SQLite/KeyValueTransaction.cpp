@@ -9,13 +9,20 @@ namespace {
 
 Expected<void> checkName(std::string_view name) {
   if (isStorable(name)) return {};
-  return tl::unexpected(NSError{"PropertyList", 1, "A key or name is not text that can be kept"});
+  return tl::unexpected(
+      NSError{propertyListErrorDomain, 1, "A key or name is not text that can be kept"});
 }
 
 }  // namespace
 
-void KeyValueTransaction::keepErrorOf(const Expected<void>& result) {
-  if (!result) error_ = result.error();
+/// Values and names are refused without a word about the key that they were meant for.
+void KeyValueTransaction::keepErrorOf(const Expected<void>& result, std::string_view key) {
+  if (result) return;
+  error_ = result.error();
+  if (error_->domain == propertyListErrorDomain && isStorable(key)) {
+    error_->localizedDescription =
+        fmt::format("Cannot set '{}': {}", key, error_->localizedDescription);
+  }
 }
 
 template <typename Result>
@@ -36,18 +43,18 @@ KeyValueTransaction::Value KeyValueTransaction::entry(std::string_view key, std:
 void KeyValueTransaction::setValue(std::string_view key, const Value& value) {
   if (error_) return;
   if (!value) {
-    keepErrorOf(remove(key));
+    keepErrorOf(remove(key), key);
   } else if (const auto* dictionary = value->as<Dictionary>()) {
-    keepErrorOf(setDictionary(key, *dictionary));
+    keepErrorOf(setDictionary(key, *dictionary), key);
   } else {
-    keepErrorOf(setPlainValue(key, *value));
+    keepErrorOf(setPlainValue(key, *value), key);
   }
 }
 
 void KeyValueTransaction::setEntry(std::string_view key, std::string_view name,
                                    const Value& value) {
   if (error_) return;
-  keepErrorOf(value ? putEntry(key, name, *value) : removeEntry(key, name));
+  keepErrorOf(value ? putEntry(key, name, *value) : removeEntry(key, name), key);
 }
 
 Expected<bool> KeyValueTransaction::commit() {

@@ -48,7 +48,7 @@ class KeyValueTransaction final : public KeyValueDatabase::Transaction {
 
   template <typename Result>
   Result kept(const Expected<Result>& result);
-  void keepErrorOf(const Expected<void>& result);
+  void keepErrorOf(const Expected<void>& result, std::string_view key);
 
   KeyValueTables& tables_;
   std::optional<NSError> error_;

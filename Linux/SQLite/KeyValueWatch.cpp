@@ -1,8 +1,8 @@
 #include "Linux/SQLite/KeyValueWatch.h"
 
 #include <chrono>
-
-#include <sys/stat.h>
+#include <utility>
+#include <vector>
 
 namespace orvane {
 
@@ -16,7 +16,8 @@ KeyValueWatch::KeyValueWatch(std::filesystem::path doorbell, Executor& mainQueue
       changed_(std::move(changed)) {}
 
 void KeyValueWatch::start() {
-  watchFolder();
+  folderWatch_.emplace(doorbell_.parent_path(), std::vector{doorbell_.filename().string()},
+                       mainQueue_, [this] { tell(); });
   seen_ = look_();
   lookLater();
 }
@@ -42,21 +43,8 @@ void KeyValueWatch::lookLater() {
 }
 
 void KeyValueWatch::lookForChange() {
-  watchFolder();
   const auto version = look_();
   if (version && version != std::exchange(seen_, version)) tell();
-}
-
-/// The system watches a folder and not its name, so another folder of that name is watched anew.
-void KeyValueWatch::watchFolder() {
-  const auto path = doorbell_.parent_path();
-  struct stat status {};
-  std::optional<Identity> found;
-  if (::stat(path.c_str(), &status) == 0) found = Identity(status.st_dev, status.st_ino);
-  if (found == folder_) return;
-  folder_ = found;
-  inotify_.reset();
-  if (found) inotify_.emplace(path, doorbell_.filename().string(), [this] { tell(); });
 }
 
 }  // namespace orvane

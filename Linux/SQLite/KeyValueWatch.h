@@ -6,11 +6,8 @@
 #include <functional>
 #include <memory>
 #include <optional>
-#include <utility>
 
-#include <sys/types.h>
-
-#include "Linux/GLib/InotifyWatch.h"
+#include "Linux/GLib/FolderWatch.h"
 #include "Platform/Foundation/Executor.h"
 
 namespace orvane {
@@ -34,11 +31,8 @@ class KeyValueWatch : public std::enable_shared_from_this<KeyValueWatch> {
   void tell();
 
  private:
-  using Identity = std::pair<dev_t, ino_t>;
-
   void lookLater();
   void lookForChange();
-  void watchFolder();
 
   std::filesystem::path doorbell_;
   Executor& mainQueue_;
@@ -46,8 +40,7 @@ class KeyValueWatch : public std::enable_shared_from_this<KeyValueWatch> {
   std::function<void()> changed_;
   std::atomic<bool> isTold_ = false;
   std::optional<std::uint64_t> seen_;
-  std::optional<Identity> folder_;
-  std::optional<InotifyWatch> inotify_;
+  std::optional<FolderWatch> folderWatch_;
 };
 
 }  // namespace orvane

@@ -144,7 +144,7 @@ std::optional<PropertyListValue> valueOf(GVariant* variant) {
 
 Expected<Data> encode(const PropertyListValue& value) {
   if (const char* reason = objection(value, 0)) {
-    return tl::unexpected(NSError{"PropertyList", 1, reason});
+    return tl::unexpected(NSError{propertyListErrorDomain, 1, reason});
   }
   const Variant variant(g_variant_ref_sink(boxed(value)));
   Data bytes(g_variant_get_size(variant.get()));

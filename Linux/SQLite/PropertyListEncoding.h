@@ -9,6 +9,8 @@
 
 namespace orvane {
 
+inline constexpr const char* propertyListErrorDomain = "PropertyList";
+
 /// The value as the bytes of a serialised GVariant of type `v`: `b`, `x`, `s`, `ay`, `av` or
 /// `a{sv}`, in this machine's byte order. Equal values are equal bytes. What this form would cut or
 /// alter is an error: a text with a zero byte or that is not UTF-8, and nesting beyond 32 levels.

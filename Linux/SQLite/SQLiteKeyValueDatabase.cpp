@@ -39,7 +39,10 @@ Expected<void> SQLiteKeyValueDatabase::openLocked() {
   tables_.reset();
   auto opened = KeyValueTables::open(path_, doorbell_);
   if (!opened) return tl::unexpected(opened.error());
+  const auto file = (*opened)->connection().integer("SELECT id FROM file");
+  if (!file) return tl::unexpected(file.error());
   tables_ = std::move(*opened);
+  file_ = static_cast<std::uint64_t>(*file);
   ++generation_;
   return {};
 }
@@ -61,8 +64,11 @@ Expected<std::optional<PropertyListValue>> SQLiteKeyValueDatabase::entry(std::st
   return whileLocked([&](KeyValueTables& tables) { return tables.entry(key, name); });
 }
 
-Expected<std::uint64_t> SQLiteKeyValueDatabase::changeCount(std::string_view key) {
-  return whileLocked([&](KeyValueTables& tables) { return tables.changeCount(key); });
+Expected<KeyValueDatabase::ChangeCount> SQLiteKeyValueDatabase::changeCount(std::string_view key) {
+  return whileLocked([&](KeyValueTables& tables) {
+    return tables.changeCount(key).map(
+        [this](std::uint64_t count) { return ChangeCount{.file = file_, .count = count}; });
+  });
 }
 
 Expected<void> SQLiteKeyValueDatabase::transact(const std::function<void(Transaction&)>& body) {

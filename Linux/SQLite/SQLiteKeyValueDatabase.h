@@ -36,7 +36,7 @@ class SQLiteKeyValueDatabase final : public KeyValueDatabase {
   /// `body` passes through, and nothing has changed.
   Expected<void> transact(const std::function<void(Transaction&)>& body) override;
   Expected<void> synchronize() override;
-  Expected<std::uint64_t> changeCount(std::string_view key) override;
+  Expected<ChangeCount> changeCount(std::string_view key) override;
   Expected<std::uint64_t> foreignVersion() override;
   void setListener(std::function<void()> changed) override;
 
@@ -55,6 +55,7 @@ class SQLiteKeyValueDatabase final : public KeyValueDatabase {
   std::mutex mutex_;
   std::unique_ptr<KeyValueTables> tables_;  ///< guarded by `mutex_`, as is the next one
   std::uint64_t generation_ = 0;            ///< counts the files that were opened
+  std::uint64_t file_ = 0;                  ///< which file it is, wherever it has been
 
   std::mutex watchMutex_;
   std::shared_ptr<KeyValueWatch> watch_;  ///< guarded by `watchMutex_`

@@ -1,5 +1,6 @@
 #include "Linux/WebKitGTK/CompiledListDirectory.h"
 
+#include <cerrno>
 #include <utility>
 
 #include <fmt/format.h>
@@ -32,6 +33,19 @@ bool isFolderName(std::string_view name) {
          name.find_first_not_of("0123456789", 33) == std::string_view::npos;
 }
 
+std::optional<CompiledList> listNamedBy(std::string_view text) {
+  if (!text.starts_with(formatLine)) return std::nullopt;
+  text.remove_prefix(formatLine.size());
+  auto source = takeLine(text, "source");
+  auto folder = takeLine(text, "folder");
+  auto checksum = takeLine(text, "checksum");
+  auto compiler = takeLine(text, "compiler");
+  if (!source || !isHash(*source) || !folder || !isFolderName(*folder)) return std::nullopt;
+  if (!checksum || !compiler) return std::nullopt;
+  return CompiledList{std::move(*source), std::move(*folder), std::move(*checksum),
+                      std::move(*compiler)};
+}
+
 }  // namespace
 
 CompiledListDirectory::CompiledListDirectory(FileSystem& fileSystem, std::filesystem::path path)
@@ -51,18 +65,22 @@ std::string CompiledListDirectory::newFolderFor(const std::string& source) const
   }
 }
 
+Expected<std::optional<CompiledList>> CompiledListDirectory::readCurrent() {
+  const auto file = path_ / currentFileName;
+  const auto contents = fileSystem_.read(file);
+  if (contents) {
+    if (auto list = listNamedBy(*contents)) return list;
+    return tl::unexpected(
+        NSError{"orvane", 1, fmt::format("'{}' names no compiled list.", file.string())});
+  }
+  if (contents.error().domain == NSPOSIXErrorDomain && contents.error().code == ENOENT) {
+    return std::nullopt;
+  }
+  return tl::unexpected(contents.error());
+}
+
 std::optional<CompiledList> CompiledListDirectory::current() {
-  const auto contents = fileSystem_.read(path_ / currentFileName);
-  if (!contents || !contents->starts_with(formatLine)) return std::nullopt;
-  std::string_view text = std::string_view(*contents).substr(formatLine.size());
-  auto source = takeLine(text, "source");
-  auto folder = takeLine(text, "folder");
-  auto checksum = takeLine(text, "checksum");
-  auto compiler = takeLine(text, "compiler");
-  if (!source || !isHash(*source) || !folder || !isFolderName(*folder)) return std::nullopt;
-  if (!checksum || !compiler) return std::nullopt;
-  return CompiledList{std::move(*source), std::move(*folder), std::move(*checksum),
-                      std::move(*compiler)};
+  return readCurrent().value_or(std::nullopt);
 }
 
 Expected<void> CompiledListDirectory::setCurrent(const CompiledList& list) {

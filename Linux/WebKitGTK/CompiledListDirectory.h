@@ -46,7 +46,10 @@ class CompiledListDirectory {
   /// yet, not even the remains of one.
   std::string newFolderFor(const std::string& source) const;
 
-  /// The list in force; nothing when there is none, or when the file that names it makes no sense.
+  /// The list in force; nothing when no file names one. A file that cannot be read or makes no
+  /// sense is an error: it does not say that there is none.
+  Expected<std::optional<CompiledList>> readCurrent();
+  /// The same, for those to whom a list that cannot be told is none.
   std::optional<CompiledList> current();
   Expected<void> setCurrent(const CompiledList& list);
 

@@ -1,19 +1,14 @@
 #include "Linux/WebKitGTK/CompiledListLoader.h"
 
+#include <chrono>
 #include <utility>
-
-#include "Linux/Posix/PosixFileSystem.h"
+#include <vector>
 
 namespace orvane {
-namespace {
 
-/// A folder can be watched for a file to come only when it is there.
-const std::filesystem::path& made(const std::filesystem::path& folder) {
-  static_cast<void>(PosixFileSystem().createDirectories(folder));
-  return folder;
-}
-
-}  // namespace
+/// When to look again which list is current after that could not be told. What hindered it, such
+/// as too many open files, passes without a change of the file.
+constexpr std::chrono::seconds retryInterval{1};
 
 /// One attempt to bring a list into force. `loader` is gone when the attempt is out of date.
 struct CompiledListLoader::Load {
@@ -27,18 +22,20 @@ struct CompiledListLoader::Load {
   }
 };
 
-CompiledListLoader::CompiledListLoader(CompiledListDirectory directory, BrowserSettings settings,
+CompiledListLoader::CompiledListLoader(Executor& mainQueue, CompiledListDirectory directory,
+                                       BrowserSettings settings,
                                        std::string contentBlockerIdentifier,
                                        WebKitUserContentManager* contentManager, Observer observer)
-    : directory_(std::move(directory)),
+    : mainQueue_(mainQueue),
+      directory_(std::move(directory)),
       settings_(std::move(settings)),
       contentBlockerIdentifier_(std::move(contentBlockerIdentifier)),
       contentManager_(WEBKIT_USER_CONTENT_MANAGER(g_object_ref(contentManager))),
       observer_(std::move(observer)),
-      listWatch_(made(directory_.path()), CompiledListDirectory::currentFileName,
+      listWatch_(directory_.path(), {CompiledListDirectory::currentFileName}, mainQueue,
                  [this] { update(); }),
-      settingsWatch_(made(settings_.file().parent_path()), settings_.file().filename().string(),
-                     [this] { update(); }) {
+      settingsWatch_(settings_.file().parent_path(), {settings_.file().filename().string()},
+                     mainQueue, [this] { update(); }) {
   update();
 }
 
@@ -48,11 +45,20 @@ void CompiledListLoader::update() {
   wanted_.reset();
   // Settings that cannot be read do not say that the user switched it off.
   const bool enabled = settings_.isContentBlockerEnabled(contentBlockerIdentifier_).value_or(true);
-  const auto current = enabled ? directory_.current() : std::nullopt;
-  if (!current) return takeAway();
-  if (current == inForce_) return;
+  if (!enabled) return takeAway();
+  const auto current = directory_.readCurrent();
+  if (!current) return updateLater();
+  if (!*current) return takeAway();
+  if (*current == inForce_) return;
   wanted_ = std::make_shared<CompiledListLoader*>(this);
-  verify(*current);
+  verify(**current);
+}
+
+void CompiledListLoader::updateLater() {
+  wanted_ = std::make_shared<CompiledListLoader*>(this);
+  mainQueue_.postAfter(retryInterval, [weak = std::weak_ptr(wanted_)] {
+    if (const auto wanted = weak.lock()) (*wanted)->update();
+  });
 }
 
 void CompiledListLoader::takeAway() {

@@ -7,15 +7,17 @@
 
 #include <webkit/webkit.h>
 
-#include "Linux/GLib/InotifyWatch.h"
+#include "Linux/GLib/FolderWatch.h"
 #include "Linux/WebKitGTK/BrowserSettings.h"
 #include "Linux/WebKitGTK/CompiledListDirectory.h"
 
 namespace orvane {
 
 /// Keeps the compiled list that is current in force in a browser: loads it, swaps it live when a
-/// newer one becomes current, and takes it away while the user has the content blocker switched
-/// off. It never compiles. Used on the main thread, which never waits for a file of the list.
+/// newer one becomes current, and takes it away when there is none any more and while the user has
+/// the content blocker switched off. While it cannot be told which list is current, the one in
+/// force stays. It never compiles. Used on the main thread, which never waits for a file of the
+/// list.
 class CompiledListLoader {
  public:
   struct Observer {
@@ -26,9 +28,10 @@ class CompiledListLoader {
     std::function<void()> damaged;
   };
 
-  /// Starts to load. The folders of the lists and of the settings are made when they are missing.
-  /// The loader keeps a reference to `contentManager`.
-  CompiledListLoader(CompiledListDirectory directory, BrowserSettings settings,
+  /// Starts to load. The folders of the lists and of the settings may go and come. The loader keeps
+  /// a reference to `contentManager`. `mainQueue` runs on GLib's default main context and outlives
+  /// the loader.
+  CompiledListLoader(Executor& mainQueue, CompiledListDirectory directory, BrowserSettings settings,
                      std::string contentBlockerIdentifier, WebKitUserContentManager* contentManager,
                      Observer observer);
   CompiledListLoader(const CompiledListLoader&) = delete;
@@ -39,11 +42,13 @@ class CompiledListLoader {
   struct Load;
 
   void update();
+  void updateLater();
   void verify(const CompiledList& list);
   void load(const CompiledList& list);
   void reportDamage(const CompiledList& list);
   void takeAway();
 
+  Executor& mainQueue_;
   CompiledListDirectory directory_;
   BrowserSettings settings_;
   std::string contentBlockerIdentifier_;
@@ -51,10 +56,10 @@ class CompiledListLoader {
   Observer observer_;
   std::optional<CompiledList> inForce_;
   std::optional<CompiledList> damaged_;
-  /// Expires when a newer list is wanted, or none: the answer to an older load then does nothing.
+  /// Expires at the next update: the answer to an older load then does nothing.
   std::shared_ptr<CompiledListLoader*> wanted_;
-  InotifyWatch listWatch_;
-  InotifyWatch settingsWatch_;
+  FolderWatch listWatch_;
+  FolderWatch settingsWatch_;
 };
 
 }  // namespace orvane

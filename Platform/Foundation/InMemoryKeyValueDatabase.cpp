@@ -134,10 +134,12 @@ Expected<void> InMemoryKeyValueDatabase::transact(const std::function<void(Trans
 
 Expected<void> InMemoryKeyValueDatabase::synchronize() { return {}; }
 
-Expected<std::uint64_t> InMemoryKeyValueDatabase::changeCount(std::string_view key) {
+Expected<KeyValueDatabase::ChangeCount> InMemoryKeyValueDatabase::changeCount(
+    std::string_view key) {
   const std::lock_guard lock(storage_->mutex);
   const auto found = storage_->keys.find(key);
-  return found == storage_->keys.end() ? 0 : found->second.changeCount;
+  if (found == storage_->keys.end()) return ChangeCount();
+  return ChangeCount{.count = found->second.changeCount};
 }
 
 Expected<std::uint64_t> InMemoryKeyValueDatabase::foreignVersion() {

@@ -26,7 +26,7 @@ class InMemoryKeyValueDatabase final : public KeyValueDatabase {
   /// An exception of `body` passes through, and what it did until then stays.
   Expected<void> transact(const std::function<void(Transaction&)>& body) override;
   Expected<void> synchronize() override;
-  Expected<std::uint64_t> changeCount(std::string_view key) override;
+  Expected<ChangeCount> changeCount(std::string_view key) override;
   Expected<std::uint64_t> foreignVersion() override;
   void setListener(std::function<void()> changed) override;
 

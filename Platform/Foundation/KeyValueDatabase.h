@@ -36,6 +36,16 @@ class KeyValueDatabase {
                           const std::optional<PropertyListValue>& value) = 0;
   };
 
+  /// How often the value under a key has changed, as one file of the database tells. Another file
+  /// that has taken the place of the one before has counts of its own.
+  struct ChangeCount {
+    /// Another number for every file that this connection meets.
+    std::uint64_t file = 0;
+    std::uint64_t count = 0;
+
+    friend bool operator==(const ChangeCount&, const ChangeCount&) = default;
+  };
+
   KeyValueDatabase() = default;
   KeyValueDatabase(const KeyValueDatabase&) = delete;
   KeyValueDatabase& operator=(const KeyValueDatabase&) = delete;
@@ -53,7 +63,7 @@ class KeyValueDatabase {
   virtual Expected<void> synchronize() = 0;
 
   /// How often the key's value has changed: a transaction that changes it counts once.
-  virtual Expected<std::uint64_t> changeCount(std::string_view key) = 0;
+  virtual Expected<ChangeCount> changeCount(std::string_view key) = 0;
 
   /// A number that is another one when another process has committed a change since the last
   /// question; what this process commits does not alter it.

@@ -18,7 +18,11 @@ KeyValueStore::KeyValueStore(KeyValueDatabase& database, LineOutput& systemLog)
     : database_(database), systemLog_(systemLog) {}
 
 KeyValueStore::Value KeyValueStore::object(std::string_view key) {
-  return logged(database_.value(key), systemLog_).value_or(std::nullopt);
+  return read(key).value_or(std::nullopt);
+}
+
+Expected<KeyValueStore::Value> KeyValueStore::read(std::string_view key) {
+  return logged(database_.value(key), systemLog_);
 }
 
 bool KeyValueStore::boolForKey(std::string_view key) {

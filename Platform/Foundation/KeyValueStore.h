@@ -21,6 +21,8 @@ class KeyValueStore {
   KeyValueStore& operator=(const KeyValueStore&) = delete;
 
   Value object(std::string_view key);
+  /// For whoever must not take what cannot be read for absent.
+  Expected<Value> read(std::string_view key);
   /// False when the key is absent or holds something else.
   bool boolForKey(std::string_view key);
 

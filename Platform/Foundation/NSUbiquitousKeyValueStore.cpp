@@ -7,7 +7,9 @@ namespace orvane {
 NSUbiquitousKeyValueStore::NSUbiquitousKeyValueStore(KeyValueDatabase& database,
                                                      LineOutput& systemLog,
                                                      NSNotificationCenter& notificationCenter)
-    : KeyValueStore(database, systemLog), notificationCenter_(notificationCenter) {}
+    : KeyValueStore(database, systemLog),
+      notificationCenter_(notificationCenter),
+      looks_(systemLog) {}
 
 NSUbiquitousKeyValueStore::~NSUbiquitousKeyValueStore() {
   if (isNotifying_) database_.setListener(nullptr);
@@ -30,9 +32,8 @@ void NSUbiquitousKeyValueStore::notifyOfForeignChange() {
 
 std::optional<std::uint64_t> NSUbiquitousKeyValueStore::foreignVersion() {
   const auto version = database_.foreignVersion();
-  if (version) return *version;
-  systemLog_.print(version.error().localizedDescription);
-  return std::nullopt;
+  looks_.note(version);
+  return version ? std::optional(*version) : std::nullopt;
 }
 
 }  // namespace orvane

@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "Platform/Foundation/KeyValueStore.h"
+#include "Platform/Foundation/LookLog.h"
 #include "Platform/Foundation/NSNotificationCenter.h"
 
 namespace orvane {
@@ -29,6 +30,7 @@ class NSUbiquitousKeyValueStore : public KeyValueStore {
   std::optional<std::uint64_t> foreignVersion();
 
   NSNotificationCenter& notificationCenter_;
+  LookLog looks_;
   bool isNotifying_ = false;
   /// As of the last look; unknown when the database could not be read then.
   std::optional<std::uint64_t> seen_;

@@ -10,23 +10,25 @@ struct NSUserDefaults::Observation::Observed {
   std::string key;
   std::function<void()> changed;
   /// The key's count that the observer knows of; unknown while the database could not be read.
-  std::optional<std::uint64_t> seen;
+  std::optional<KeyValueDatabase::ChangeCount> seen;
 };
 
 namespace {
 
-/// How often to tell an observer that knows of `seen`, now that the count is `count`. A smaller
-/// count is that of another database in the place of the one known, so nothing tells how often the
-/// value changed; the observer is then told once, for a needless look is better than a missed one.
-std::uint64_t callsFor(std::optional<std::uint64_t> seen, std::uint64_t count) {
-  if (!seen) return count == 0 ? 0 : 1;
-  return count < *seen ? 1 : count - *seen;
+/// How often to tell an observer that knows of `seen`, now that the count is `now`. When another
+/// file is in the place of the one known, or an older copy in the same file, nothing tells how
+/// often the value changed; the observer is then told once, for a needless look is better than a
+/// missed one.
+std::uint64_t callsFor(const std::optional<KeyValueDatabase::ChangeCount>& seen,
+                       const KeyValueDatabase::ChangeCount& now) {
+  if (!seen) return now.count == 0 ? 0 : 1;
+  return now.file != seen->file || now.count < seen->count ? 1 : now.count - seen->count;
 }
 
 }  // namespace
 
 NSUserDefaults::NSUserDefaults(KeyValueDatabase& database, LineOutput& systemLog)
-    : KeyValueStore(database, systemLog) {}
+    : KeyValueStore(database, systemLog), looks_(std::make_shared<LookLog>(systemLog)) {}
 
 NSUserDefaults::~NSUserDefaults() {
   if (isListening_) database_.setListener(nullptr);
@@ -41,11 +43,9 @@ std::unique_ptr<NSUserDefaults::Observation> NSUserDefaults::addObserver(
   auto observed = std::make_shared<Observation::Observed>();
   observed->key = key;
   observed->changed = std::move(changed);
-  if (const auto count = database_.changeCount(key)) {
-    observed->seen = *count;
-  } else {
-    systemLog_.print(count.error().localizedDescription);
-  }
+  const auto count = database_.changeCount(key);
+  looks_->note(count);
+  if (count) observed->seen = *count;
   std::erase_if(observed_, [](const auto& known) { return known.expired(); });
   observed_.push_back(observed);
   return std::unique_ptr<Observation>(new Observation(std::move(observed)));
@@ -55,15 +55,13 @@ void NSUserDefaults::tellObservers() {
   // A callback may add and end observations, or destroy this object.
   const auto observed = observed_;
   auto& database = database_;
-  auto& systemLog = systemLog_;
+  const auto looks = looks_;
   for (const auto& candidate : observed) {
     std::uint64_t calls = 0;
     if (const auto observer = candidate.lock()) {
       const auto count = database.changeCount(observer->key);
-      if (!count) {
-        systemLog.print(count.error().localizedDescription);
-        continue;
-      }
+      looks->note(count);
+      if (!count) continue;
       calls = callsFor(std::exchange(observer->seen, *count), *count);
     }
     for (; calls > 0; --calls) {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "Platform/Foundation/KeyValueStore.h"
+#include "Platform/Foundation/LookLog.h"
 
 namespace orvane {
 
@@ -40,6 +41,8 @@ class NSUserDefaults : public KeyValueStore {
   void tellObservers();
 
   bool isListening_ = false;
+  /// Shared with a round of calls, which may destroy this object.
+  std::shared_ptr<LookLog> looks_;
   std::vector<std::weak_ptr<Observation::Observed>> observed_;
 };
 

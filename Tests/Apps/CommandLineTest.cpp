@@ -17,10 +17,10 @@ TEST_F(CommandLine, packagesAreListedInCompileOrder) {
   std::vector<std::string> lines;
   for (std::string line; std::getline(stream, line);) lines.push_back(line);
   ASSERT_EQ(lines.size(), 14U);
-  EXPECT_EQ(lines.front(), "KIND           ID                    RULES  NAME");
+  EXPECT_EQ(lines.front(), "KIND           ID                   STATE  RULES  OFF  NAME");
   EXPECT_THAT(lines[1], StartsWith("general        block-ads "));
-  EXPECT_EQ(lines[12], "custom         mine                      1  Mine");
-  EXPECT_EQ(lines[13], "configurable   whitelist                 0  Whitelist");
+  EXPECT_EQ(lines[12], "custom         mine                 on     1      0    Mine");
+  EXPECT_EQ(lines[13], "configurable   whitelist            on     0      0    Whitelist");
 }
 
 TEST_F(CommandLine, packagesAsJSONHaveKindIdNameAndNumberOfRules) {
@@ -29,7 +29,8 @@ TEST_F(CommandLine, packagesAsJSONHaveKindIdNameAndNumberOfRules) {
   EXPECT_EQ(run.exitStatus, 0);
   EXPECT_THAT(run.output, StartsWith("[{\"kind\":\"general\",\"id\":\"block-ads\",\"name\":"));
   EXPECT_THAT(run.output,
-              HasSubstr("{\"kind\":\"custom\",\"id\":\"mé\\\"\",\"name\":\"Mine\",\"rules\":1}"));
+              HasSubstr("{\"kind\":\"custom\",\"id\":\"mé\\\"\",\"name\":\"Mine\",\"rules\":1,"
+                        "\"enabled\":true,\"disabledRules\":0}"));
   EXPECT_TRUE(JSONDocument::parse(run.output));
 }
 
@@ -84,10 +85,10 @@ TEST_F(CommandLine, longLogBeginsANewOneAndKeepsTheOld) {
 }
 
 TEST_F(CommandLine, withoutAKnownCommandItSaysWhatToDo) {
-  for (const auto& arguments : {std::vector<std::string>{}, {"bogus"}, {"packages", "--bogus"}}) {
+  for (const auto& arguments : {std::vector<std::string>{"bogus"}, {"packages", "--bogus"}}) {
     const auto run = orvane(arguments);
     EXPECT_EQ(run.exitStatus, 2);
-    EXPECT_THAT(run.errors, HasSubstr("Run with --help for more information."));
+    EXPECT_THAT(run.errors, HasSubstr("Run with --help or --help-all for more information."));
   }
   EXPECT_THAT(orvane({"--help"}).output, HasSubstr("rebuild"));
   EXPECT_THAT(orvane({"--version"}).output, StartsWith("orvane 0."));

@@ -1,9 +1,14 @@
 #pragma once
 
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
 #include <fstream>
+#include <iterator>
 #include <map>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -21,6 +26,8 @@ namespace orvane::test {
 /// Runs the real `orvane` for a user with a home folder of its own.
 class CompanionTest : public ::testing::Test {
  protected:
+  ~CompanionTest() override { endPrograms(); }
+
   static constexpr const char* group = "Q4XR7T2M9V.com.tessaly.Blocker";
 
   std::filesystem::path container() { return home / "data" / "orvane" / group; }
@@ -38,6 +45,18 @@ class CompanionTest : public ::testing::Test {
     auto variables = environment();
     for (const auto& [name, value] : changes) variables[name] = value;
     return runProgram(arguments, work.path(), variables);
+  }
+
+  /// Ends what the commands have left running, also what has only just been launched.
+  void endPrograms() {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    auto running = programs();
+    while (!running.empty() && std::chrono::steady_clock::now() < end) {
+      for (const auto process : running) ::kill(process, SIGTERM);
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+      running = programs();
+    }
+    EXPECT_TRUE(running.empty());
   }
 
   void put(const std::filesystem::path& path, const std::string& text) {
@@ -75,6 +94,20 @@ class CompanionTest : public ::testing::Test {
     const auto current = directory.current();
     return current && current->source == contentHash(get(list())) &&
            current->checksum == directory.checksumOf(current->folder);
+  }
+
+  /// The processes that run for this user, known by the home folder that nobody else has.
+  std::vector<pid_t> programs() {
+    const auto mark = "HOME=" + home.path().string() + '\0';
+    std::vector<pid_t> result;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
+      const auto number = std::atoi(entry.path().filename().c_str());
+      if (number <= 0) continue;
+      std::ifstream stream(entry.path() / "environ", std::ios::binary);
+      const std::string variables{std::istreambuf_iterator<char>(stream), {}};
+      if (variables.find(mark) != variables.npos) result.push_back(number);
+    }
+    return result;
   }
 
   TemporaryDirectory home;

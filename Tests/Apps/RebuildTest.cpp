@@ -90,9 +90,37 @@ TEST_F(Rebuild, refusedListLeavesTheLastGoodOneInForce) {
   EXPECT_EQ(run.output, "");
   EXPECT_THAT(run.errors, HasSubstr("orvane: The browser did not take the list: "
                                     "Invalid or unsupported regular expression."));
-  EXPECT_THAT(run.errors, HasSubstr("\npackage mine, rule r (My rule): trigger.url-filter: "));
+  EXPECT_THAT(run.errors,
+              HasSubstr("\norvane: package mine, rule r (My rule): trigger.url-filter: "));
   EXPECT_THAT(run.errors, HasSubstr("The last good list, if there was one, stays in force."));
   EXPECT_EQ(get(container() / "CompiledLists/current"), current);
+}
+
+TEST_F(Rebuild, statusTellsOfTheLastRebuildAndNotOfAnEarlierOne) {
+  put(container() / "CustomPackages.json", "[" + package("mine", rule("r", "a|b")) + "]");
+  ASSERT_EQ(orvane({"rebuild"}).exitStatus, 1);
+  const auto failed = orvane({"status"});
+  EXPECT_EQ(failed.exitStatus, 1);
+  EXPECT_THAT(failed.output, HasSubstr("The browser did not take the list: "));
+  EXPECT_THAT(failed.output, HasSubstr("package mine, rule r (My rule)"));
+
+  put(container() / "CustomPackages.json", "[" + package("mine", rule("r", "a")) + "]");
+  ASSERT_EQ(orvane({"rebuild"}).exitStatus, 0);
+  const auto succeeded = orvane({"status"});
+  EXPECT_EQ(succeeded.exitStatus, 0) << succeeded.output;
+  EXPECT_THAT(succeeded.output, Not(HasSubstr("Problem")));
+}
+
+TEST_F(Rebuild, withoutTheSettingsNothingIsBuilt) {
+  put(container() / "UserDefaults.sqlite", std::string(4096, 'x'));
+  const auto run = orvane({"rebuild"});
+  EXPECT_EQ(run.exitStatus, 1);
+  EXPECT_EQ(run.output, "");
+  EXPECT_THAT(run.errors, HasSubstr("orvane: The settings that Orvane's programs share cannot be "
+                                    "opened; nothing has changed.\n"));
+  EXPECT_FALSE(std::filesystem::exists(list()));
+  EXPECT_FALSE(std::filesystem::exists(container() / "CompiledLists"));
+  EXPECT_FALSE(std::filesystem::exists(container() / "PreinstalledPackages.json"));
 }
 
 TEST_F(Rebuild, withoutPreinstalledPackagesTheListStaysAsItIs) {
@@ -142,9 +170,8 @@ TEST_F(Rebuild, saysWhenTheContentBlockerIsSwitchedOff) {
   put(home / "config/orvane/browser.ini",
       "[Content Blockers]\ncom.tessaly.BlockerMac.BlockerMacExtension=false\n");
   const auto run = orvane({"rebuild"});
-  EXPECT_EQ(run.exitStatus, 0);
-  EXPECT_THAT(run.output,
-              HasSubstr("The content blocker is switched off in the browser's settings.\n"));
+  EXPECT_EQ(run.exitStatus, 1);
+  EXPECT_EQ(run.errors, "orvane: The content blocker is switched off in the browser's settings.\n");
 }
 
 TEST_F(Rebuild, moreRulesThanTheBrowserTakesAreRefusedInWords) {
@@ -157,7 +184,7 @@ TEST_F(Rebuild, moreRulesThanTheBrowserTakesAreRefusedInWords) {
   EXPECT_EQ(run.exitStatus, 1);
   EXPECT_THAT(run.errors, MatchesRegex("orvane: There are 15[0-9]+ rules, and the browser takes "
                                        "150000 at the most\\.\n"));
-  EXPECT_FALSE(std::filesystem::exists(list()));
+  EXPECT_FALSE(browserHasTheList());
 }
 
 }  // namespace

@@ -10,6 +10,7 @@
 #include "Apps/Demonstration/LoopbackProxy.h"
 #include "Apps/Demonstration/MainLoop.h"
 #include "Apps/Demonstration/TemporaryFolder.h"
+#include "Linux/GLib/MainLoopExecutor.h"
 #include "Linux/Posix/PosixFileSystem.h"
 #include "Linux/Posix/ProgramFolder.h"
 #include "Linux/WebKitGTK/CompiledListLoader.h"
@@ -28,6 +29,39 @@ constexpr const char* blockApples =
     R"([{"trigger":{"url-filter":"apple\\.svg"},"action":{"type":"block"}}])";
 constexpr const char* blockPears =
     R"([{"trigger":{"url-filter":"pear\\.svg"},"action":{"type":"block"}}])";
+
+/// The machine's files, of which some cannot be read while a test wants it so.
+class PartlyReadableFiles final : public FileSystem {
+ public:
+  std::optional<std::filesystem::path> unreadable;
+
+  Expected<std::string> read(const std::filesystem::path& path) override {
+    if (path == unreadable) {
+      return tl::unexpected(NSError{NSPOSIXErrorDomain, EMFILE, "Too many open files"});
+    }
+    return files_.read(path);
+  }
+  Expected<void> replace(const std::filesystem::path& path, std::string_view contents,
+                         std::optional<FileDate> modificationDate) override {
+    return files_.replace(path, contents, modificationDate);
+  }
+  Expected<FileAttributes> attributes(const std::filesystem::path& path) override {
+    return files_.attributes(path);
+  }
+  Expected<void> createDirectories(const std::filesystem::path& path) override {
+    return files_.createDirectories(path);
+  }
+  Expected<void> rename(const std::filesystem::path& from,
+                        const std::filesystem::path& to) override {
+    return files_.rename(from, to);
+  }
+  Expected<std::shared_ptr<void>> lock(const std::filesystem::path& path) override {
+    return files_.lock(path);
+  }
+
+ private:
+  PosixFileSystem files_;
+};
 
 class CompiledListLoaderTest : public testing::Test {
  protected:
@@ -48,7 +82,12 @@ class CompiledListLoaderTest : public testing::Test {
   void switchContentBlocker(bool on) {
     const auto text =
         std::string("[Content Blockers]\n") + contentBlocker + (on ? "=true\n" : "=false\n");
+    ASSERT_TRUE(files_.createDirectories(settingsFile().parent_path()).has_value());
     ASSERT_TRUE(files_.replace(settingsFile(), text, std::nullopt).has_value());
+  }
+
+  std::filesystem::path currentFile() const {
+    return directory_.path() / CompiledListDirectory::currentFileName;
   }
 
   void damageCurrentList() {
@@ -64,7 +103,7 @@ class CompiledListLoaderTest : public testing::Test {
 
   void startLoader(WebKitUserContentManager* contentManager) {
     loader_ = std::make_unique<CompiledListLoader>(
-        directory_, BrowserSettings(settingsFile()), contentBlocker, contentManager,
+        mainQueue_, directory_, BrowserSettings(settingsFile()), contentBlocker, contentManager,
         CompiledListLoader::Observer{
             .changed = [this](const auto& list) { changes_.push_back(list); },
             .damaged = [this] { ++damages_; },
@@ -76,13 +115,19 @@ class CompiledListLoaderTest : public testing::Test {
     return runMainLoopUntil([&] { return changes_.size() >= count; }, limit);
   }
 
+  /// Time enough to hear of what has happened to the files.
+  static void wait() {
+    runMainLoopUntil([] { return false; }, 200ms);
+  }
+
   bool waitForDamage() {
     return runMainLoopUntil([&] { return damages_ > 0; }, limit);
   }
 
   std::unique_ptr<TemporaryFolder> folder_ = TemporaryFolder::make().value();
   std::string settingsFolder_;
-  PosixFileSystem files_;
+  PartlyReadableFiles files_;
+  MainLoopExecutor mainQueue_;
   CompiledListDirectory directory_{files_, folder_->path() / "compiled"};
   std::vector<std::optional<CompiledList>> changes_;
   int damages_ = 0;
@@ -144,6 +189,76 @@ TEST_F(CompiledListLoaderAloneTest, LoadsNothingWhileTheContentBlockerIsOff) {
   ASSERT_TRUE(waitForChange(1));
   EXPECT_THAT(changes_, testing::ElementsAre(directory_.current()));
   EXPECT_EQ(changes_[0]->source, contentHash(blockPears));
+}
+
+TEST_F(CompiledListLoaderAloneTest, TakesTheListAwayWhenThereIsNoneAnyMore) {
+  compile(blockApples);
+  startLoader(contentManager_.get());
+  ASSERT_TRUE(waitForChange(1));
+  std::filesystem::remove(currentFile());
+  ASSERT_TRUE(waitForChange(2));
+  EXPECT_EQ(changes_[1], std::nullopt);
+}
+
+TEST_F(CompiledListLoaderAloneTest, KeepsTheListWhileItCannotReadWhichIsCurrentAndLooksAgain) {
+  compile(blockApples);
+  startLoader(contentManager_.get());
+  ASSERT_TRUE(waitForChange(1));
+  files_.unreadable = currentFile();
+  compile(blockPears);
+  wait();
+  EXPECT_EQ(changes_.size(), 1U);
+  // Nothing happens to the file from now on.
+  files_.unreadable.reset();
+  ASSERT_TRUE(waitForChange(2));
+  EXPECT_EQ(changes_[1], directory_.current());
+  EXPECT_EQ(changes_[1]->source, contentHash(blockPears));
+}
+
+TEST_F(CompiledListLoaderAloneTest, KeepsTheListWhenWhatNamesItMakesNoSense) {
+  compile(blockApples);
+  startLoader(contentManager_.get());
+  ASSERT_TRUE(waitForChange(1));
+  ASSERT_TRUE(files_.replace(currentFile(), "garbage", std::nullopt).has_value());
+  wait();
+  EXPECT_EQ(changes_.size(), 1U);
+  compile(blockPears);
+  ASSERT_TRUE(waitForChange(2));
+  EXPECT_EQ(changes_[1], directory_.current());
+}
+
+TEST_F(CompiledListLoaderAloneTest, TheSwitchWorksAlsoWhileItCannotReadWhichListIsCurrent) {
+  compile(blockApples);
+  startLoader(contentManager_.get());
+  ASSERT_TRUE(waitForChange(1));
+  files_.unreadable = currentFile();
+  switchContentBlocker(false);
+  ASSERT_TRUE(waitForChange(2));
+  EXPECT_EQ(changes_[1], std::nullopt);
+}
+
+TEST_F(CompiledListLoaderAloneTest, NoticesAListInAFolderThatWentAndCameBack) {
+  compile(blockApples);
+  startLoader(contentManager_.get());
+  ASSERT_TRUE(waitForChange(1));
+  std::filesystem::rename(directory_.path(), folder_->path() / "away");
+  wait();
+  EXPECT_EQ(changes_.size(), 1U) << "the last good list stays in force";
+  compile(blockPears);
+  ASSERT_TRUE(waitForChange(2));
+  EXPECT_EQ(changes_[1], directory_.current());
+}
+
+TEST_F(CompiledListLoaderAloneTest, NoticesTheSwitchInAFolderThatWentAndCameBack) {
+  settingsFolder_ = "settings";
+  switchContentBlocker(true);
+  compile(blockApples);
+  startLoader(contentManager_.get());
+  ASSERT_TRUE(waitForChange(1));
+  std::filesystem::rename(folder_->path() / settingsFolder_, folder_->path() / "away");
+  switchContentBlocker(false);
+  ASSERT_TRUE(waitForChange(2));
+  EXPECT_EQ(changes_[1], std::nullopt);
 }
 
 /// A page with two pictures in a real view; the proxy's log tells what the view may load.

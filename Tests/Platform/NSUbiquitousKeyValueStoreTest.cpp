@@ -81,6 +81,22 @@ TEST_F(NSUbiquitousKeyValueStoreTest, aChangeWhileTheDatabaseCannotBeReadIsNotif
   EXPECT_EQ(takeNotified(), 1);
 }
 
+TEST_F(NSUbiquitousKeyValueStoreTest, theLogSaysOnceWhyItCannotLookUntilItCan) {
+  store.startNotifying();
+  const std::vector said{process.database.error.localizedDescription};
+  for (int round = 0; round < 2; ++round) {
+    process.database.fails = true;
+    ASSERT_TRUE(others.setObject(std::int64_t{round}, "k"));
+    EXPECT_EQ(takeNotified(), 0);
+    ASSERT_TRUE(others.setObject("text", "k"));
+    EXPECT_EQ(takeNotified(), 0);
+    EXPECT_EQ(process.systemLog.take(), said);
+    process.database.fails = false;
+    ASSERT_TRUE(others.setObject(true, "k"));
+    EXPECT_EQ(takeNotified(), 1);
+  }
+}
+
 TEST_F(NSUbiquitousKeyValueStoreTest, nothingIsNotifiedAfterItsEnd) {
   {
     NSUbiquitousKeyValueStore shortLived(process.database, process.systemLog, center);

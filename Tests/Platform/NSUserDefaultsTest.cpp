@@ -173,7 +173,6 @@ TEST_F(NSUserDefaultsTest, anObserverThatCouldNotLookAtFirstIsCalledOnceWhenItCa
   EXPECT_EQ(process.systemLog.take(), Names{process.database.error.localizedDescription});
   change(others);
   EXPECT_EQ(takeCalled(), Names());
-  EXPECT_EQ(process.systemLog.take(), Names{process.database.error.localizedDescription});
   process.database.fails = false;
   change(others);
   EXPECT_EQ(takeCalled(), Names{"observer"});
@@ -181,9 +180,30 @@ TEST_F(NSUserDefaultsTest, anObserverThatCouldNotLookAtFirstIsCalledOnceWhenItCa
   EXPECT_EQ(takeCalled(), Names{"observer"});
 }
 
+TEST_F(NSUserDefaultsTest, theLogSaysOnceWhyItCannotLookUntilTheReasonChangesOrItCan) {
+  const auto first = observe("first");
+  const auto second = observe("second", "another key");
+  const auto failingLooks = [&](std::string reason) {
+    process.database.fails = true;
+    process.database.error.localizedDescription = std::move(reason);
+    change(others);
+    EXPECT_EQ(takeCalled(), Names());
+    return process.systemLog.take();
+  };
+  EXPECT_EQ(failingLooks("fire"), Names{"fire"});
+  EXPECT_EQ(failingLooks("fire"), Names());
+  EXPECT_EQ(failingLooks("water"), Names{"water"});
+  EXPECT_EQ(failingLooks("fire"), Names{"fire"});
+  process.database.fails = false;
+  change(others);
+  EXPECT_EQ(takeCalled().size(), 5U);
+  EXPECT_EQ(failingLooks("fire"), Names{"fire"});
+}
+
 /// Counts as a test says.
 class CountedDatabase final : public KeyValueDatabase {
  public:
+  std::uint64_t file = 0;
   std::uint64_t count = 0;
   std::function<void()> listener;
 
@@ -196,12 +216,32 @@ class CountedDatabase final : public KeyValueDatabase {
   }
   Expected<void> transact(const std::function<void(Transaction&)>& /*body*/) override { return {}; }
   Expected<void> synchronize() override { return {}; }
-  Expected<std::uint64_t> changeCount(std::string_view /*key*/) override { return count; }
+  Expected<ChangeCount> changeCount(std::string_view /*key*/) override {
+    return ChangeCount{.file = file, .count = count};
+  }
   Expected<std::uint64_t> foreignVersion() override { return 0; }
   void setListener(std::function<void()> changed) override { listener = std::move(changed); }
 };
 
-TEST_F(NSUserDefaultsTest, anObserverIsCalledOnceWhenADatabaseThatCountedLessTakesThePlace) {
+TEST_F(NSUserDefaultsTest, anObserverIsCalledOnceWhenAnotherFileTakesThePlaceWhateverItsCount) {
+  CountedDatabase database;
+  NSUserDefaults counted(database, process.systemLog);
+  database.count = 7;
+  const auto observation = counted.addObserver("k", [&] { called.push_back("observer"); });
+  for (const std::uint64_t count : {7, 10, 2, 0, 1}) {
+    ++database.file;
+    database.count = count;
+    database.listener();
+    EXPECT_EQ(takeCalled(), Names{"observer"}) << count;
+    database.listener();
+    EXPECT_EQ(takeCalled(), Names()) << count;
+    database.count += 2;
+    database.listener();
+    EXPECT_EQ(takeCalled(), (Names{"observer", "observer"})) << count;
+  }
+}
+
+TEST_F(NSUserDefaultsTest, anObserverIsCalledOnceWhenTheSameFileCountsLess) {
   CountedDatabase database;
   NSUserDefaults counted(database, process.systemLog);
   database.count = 7;

@@ -30,7 +30,7 @@ class FailingKeyValueDatabase final : public KeyValueDatabase {
     if (fails) return tl::unexpected(error);
     return database_.synchronize();
   }
-  Expected<std::uint64_t> changeCount(std::string_view key) override {
+  Expected<ChangeCount> changeCount(std::string_view key) override {
     if (fails) return tl::unexpected(error);
     return database_.changeCount(key);
   }

@@ -62,6 +62,9 @@ Expected<void> InMemoryFileSystem::rename(const std::filesystem::path& from,
 
 Expected<std::shared_ptr<void>> InMemoryFileSystem::lock(const std::filesystem::path& path) {
   if (fails(Operation::lock, path)) return orderedFailure();
+  if (!directories_.contains(path.parent_path().string())) {
+    return failure(ENOENT, "no such folder: " + path.parent_path().string());
+  }
   auto& known = locks_[path.string()];
   if (!known.expired()) return failure(EDEADLK, "held already: " + path.string());
   std::shared_ptr<void> lock = std::make_shared<char>();
@@ -77,6 +80,15 @@ void InMemoryFileSystem::put(const std::filesystem::path& path, std::string cont
 void InMemoryFileSystem::putUndated(const std::filesystem::path& path, std::string contents) {
   put(path, std::move(contents), 0);
   files[path.string()].date.reset();
+}
+
+void InMemoryFileSystem::removeFolder(const std::filesystem::path& path) {
+  const auto isInside = [within = path.string() + "/"](const auto& entry) {
+    return entry.first.starts_with(within);
+  };
+  std::erase_if(files, isInside);
+  std::erase_if(directories_, isInside);
+  directories_.erase(path.string());
 }
 
 void InMemoryFileSystem::failAt(Operation operation, const std::filesystem::path& path) {

@@ -34,6 +34,9 @@ class InMemoryFileSystem final : public FileSystem {
   /// Puts a file there that has no modification date.
   void putUndated(const std::filesystem::path& path, std::string contents);
 
+  /// Takes a folder away with everything in it.
+  void removeFolder(const std::filesystem::path& path);
+
   bool has(const std::filesystem::path& path) const { return files.contains(path.string()); }
   const File& file(const std::filesystem::path& path) const { return files.at(path.string()); }
 

@@ -78,6 +78,17 @@ TEST(PackageTest, SettingARuleIntoAnEmptyPackageGivesThatOneRule) {
   EXPECT_EQ(withID("p").packageBySettingRule(rule("1", "a")), (Package{"p", "", {rule("1", "a")}}));
 }
 
+TEST(PackageTest, APackageThatNobodyNeedsIsEditedInPlace) {
+  Package package{"p", "n", {rule("1", "a"), rule("2", "b"), rule("3", "c")}};
+  const auto* rules = package.rules.data();
+  auto set = std::move(package).packageBySettingRule(rule("2", "new"));
+  EXPECT_EQ(set, (Package{"p", "n", {rule("1", "a"), rule("2", "new"), rule("3", "c")}}));
+  EXPECT_EQ(set.rules.data(), rules) << "no rule was copied";
+  auto removed = std::move(set).packageByRemovingRuleAtIndex(0);
+  EXPECT_EQ(removed, (Package{"p", "n", {rule("2", "new"), rule("3", "c")}}));
+  EXPECT_EQ(removed.rules.data(), rules);
+}
+
 TEST(PackageTest, IdsAreComparedExactly) {
   const Package package{"p", "n", {rule("a", "")}};
   EXPECT_EQ(package.packageBySettingRule(rule("A", "")).rules.size(), 2U);

@@ -41,13 +41,8 @@ class MalformedPackageFile : public ::testing::Test {
   PosixFileSystem files;
   NSFileManager fileManager{files, {folder / "groups", {folder / "documents"}}};
   NSBundle bundle{fileManager, folder / "bundle"};
-  NSNotificationCenter notificationCenter;
-  FixedURLLoader urlLoader;
-  UUIDGenerator makeUUID = [] { return std::string("id"); };
-  RecordingOutput standardOutput;
-  RecordingOutput systemLog;
-  Platform platform{fileManager, bundle,         notificationCenter, urlLoader,
-                    makeUUID,    standardOutput, systemLog};
+  TestPlatform rest;
+  Platform platform = withFiles(rest.platform, fileManager, bundle);
   PersistentStore store{platform};
 };
 
@@ -98,7 +93,7 @@ TEST_F(MalformedPackageFile, wrongTypesInsideAreReadLeniently) {
   const auto read = store.readCustomPackages();
   ASSERT_EQ(read.size(), 6U);
   for (const auto& package : read) {
-    EXPECT_EQ(package.id, "id");
+    EXPECT_TRUE(package.id.starts_with("UUID-")) << package.id;
     EXPECT_TRUE(package.rules.empty());
   }
 }
@@ -110,7 +105,7 @@ TEST_F(MalformedPackageFile, directoryInItsPlaceReadsAsNothingAndIsSetAside) {
 
   EXPECT_TRUE(store.writePackages(packages, PackageType::CustomPackages));
   EXPECT_EQ(store.readCustomPackages(), packages);
-  EXPECT_EQ(systemLog.lines.size(), 1U);
+  EXPECT_EQ(rest.systemLog.lines.size(), 1U);
 }
 
 TEST_F(MalformedPackageFile, pipeInItsPlaceDoesNotHoldTheReader) {

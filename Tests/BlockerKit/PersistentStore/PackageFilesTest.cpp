@@ -288,6 +288,85 @@ TEST_F(PackageFiles, filesWhoseRulesHaveIdsAreNotWrittenBack) {
   EXPECT_FALSE(files().has(shared("ConfigurablePackages.json")));
 }
 
+TEST_F(PackageFiles, identifiersOfOneFileAreSettledAlone) {
+  const std::string anonymous =
+      R"({"content":{"trigger":{"url-filter":"x"},"action":{"type":"block"}}})";
+  const auto configurable = "[" + packageJSON("whitelist", anonymous) + "]";
+  files().put(shared("CustomPackages.json"), "[" + packageJSON("p", anonymous) + "]", 1);
+  files().put(shared("ConfigurablePackages.json"), configurable, 1);
+  store.settleIdentifiers(PackageType::CustomPackages);
+  EXPECT_EQ(store.readCustomPackages(), store.readCustomPackages());
+  EXPECT_EQ(contents(shared("ConfigurablePackages.json")), configurable);
+}
+
+TEST_F(PackageFiles, identifiersAreSettledUnderTheLock) {
+  files().put(shared("CustomPackages.json"),
+              R"([{"id":"p","rules":[{"content":{"trigger":{"url-filter":"x"},)"
+              R"("action":{"type":"block"}}}]}])",
+              1);
+  {
+    const auto lock = store.lockPackageFiles();
+    ASSERT_TRUE(lock);
+    store.settleIdentifiers();
+    EXPECT_EQ(files().file(shared("CustomPackages.json")).date, atSecond(1));
+    EXPECT_THAT(machine.systemLog.take(), ::testing::Each(::testing::HasSubstr("held already")));
+  }
+  store.settleIdentifiers();
+  EXPECT_NE(files().file(shared("CustomPackages.json")).date, atSecond(1));
+  EXPECT_TRUE(store.lockPackageFiles()) << "the lock was given back";
+}
+
+TEST_F(PackageFiles, theLockIsOnePerContainer) {
+  TestPlatform other(machine.machine);
+  PersistentStore otherStore(other.platform);
+  auto lock = store.lockPackageFiles();
+  ASSERT_TRUE(lock);
+  EXPECT_FALSE(otherStore.lockPackageFiles());
+  lock->reset();
+  EXPECT_TRUE(otherStore.lockPackageFiles());
+}
+
+TEST_F(PackageFiles, lockThatCannotBeTakenIsAnError) {
+  files().failAt(Operation::lock, shared("PackageFiles.lock"));
+  EXPECT_EQ(store.lockPackageFiles().error().localizedDescription, "ordered failure");
+}
+
+TEST_F(PackageFiles, fingerprintIsThatOfTheCopyThatWouldBeRead) {
+  const auto fingerprint = [&] { return store.fingerprint(PackageType::blockAds).value(); };
+  EXPECT_EQ(fingerprint(), std::nullopt);
+  files().put(shared("block-ads.json"), "one", 1);
+  const auto one = fingerprint();
+  ASSERT_NE(one, std::nullopt);
+  files().put(shared("block-ads.json"), "one", 2);
+  EXPECT_EQ(fingerprint(), one) << "a date alone is no change";
+  files().put(documents("block-ads.json"), "two", 1);
+  EXPECT_EQ(fingerprint(), one) << "the older copy does not count";
+  files().put(documents("block-ads.json"), "two", 3);
+  const auto two = fingerprint();
+  EXPECT_NE(two, one);
+  files().put(bundle("block-ads.json"), "three", 4);
+  EXPECT_NE(fingerprint(), two);
+  EXPECT_NE(fingerprint(), one);
+  EXPECT_EQ(contents(shared("block-ads.json")), "one") << "nothing is copied";
+}
+
+TEST_F(PackageFiles, fingerprintTellsAnEmptyFileFromNone) {
+  files().put(shared("block-ads.json"), "", 1);
+  EXPECT_NE(store.fingerprint(PackageType::blockAds).value(), std::nullopt);
+}
+
+TEST_F(PackageFiles, fingerprintOfAFileThatCannotBeReadIsAnError) {
+  files().put(shared("block-ads.json"), "one", 1);
+  files().failAt(Operation::read, shared("block-ads.json"));
+  EXPECT_FALSE(store.fingerprint(PackageType::blockAds));
+}
+
+TEST_F(PackageFiles, fingerprintPrintsNothing) {
+  files().put(shared("block-ads.json"), "one", 1);
+  static_cast<void>(store.fingerprint(PackageType::blockAds));
+  EXPECT_TRUE(machine.standardOutput.lines.empty());
+}
+
 TEST_F(PackageFiles, lastOfTheDocumentDirectoriesIsTaken) {
   files().put("/earlier/block-ads.json", packageJSON("from-earlier"), 1);
   EXPECT_EQ(readAds(), std::nullopt);

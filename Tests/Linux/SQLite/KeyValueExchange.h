@@ -5,7 +5,7 @@
 
 #include "Linux/SQLite/SQLiteKeyValueDatabase.h"
 #include "Platform/Foundation/NSUserDefaults.h"
-#include "Tests/Linux/SQLite/MainLoop.h"
+#include "Tests/Support/MainLoop.h"
 #include "Tests/Support/RecordingOutput.h"
 
 namespace orvane::test {

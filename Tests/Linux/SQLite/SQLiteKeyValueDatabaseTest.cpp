@@ -10,8 +10,8 @@
 
 #include "Linux/SQLite/SQLiteKeyValueDatabase.h"
 #include "Platform/Foundation/NSUserDefaults.h"
-#include "Tests/Linux/SQLite/MainLoop.h"
 #include "Tests/Linux/SQLite/RawDatabase.h"
+#include "Tests/Support/MainLoop.h"
 #include "Tests/Support/RecordingOutput.h"
 #include "Tests/Support/TemporaryDirectory.h"
 
@@ -99,7 +99,7 @@ TEST_F(SQLiteKeyValueDatabaseTest, valuesSurviveTheConnection) {
     ASSERT_TRUE(set(shortLived, "k", "v"));
   }
   EXPECT_EQ(*database.value("k"), Value("v"));
-  EXPECT_EQ(*database.changeCount("k"), 1U);
+  EXPECT_EQ(database.changeCount("k")->count, 1U);
 }
 
 TEST_F(SQLiteKeyValueDatabaseTest, theLastConnectionLeavesNothingInTheLog) {
@@ -152,9 +152,22 @@ TEST_F(SQLiteKeyValueDatabaseTest, textThatCannotBeKeptFailsTheWholeTransaction)
     EXPECT_THAT(result.error().localizedDescription, HasSubstr("kept"));
     EXPECT_EQ(*database.value("k"), Value("old"));
     EXPECT_EQ(*database.value("bad"), std::nullopt);
-    EXPECT_EQ(*database.changeCount("k"), 1U);
-    EXPECT_EQ(*database.changeCount("bad"), 0U);
+    EXPECT_EQ(database.changeCount("k")->count, 1U);
+    EXPECT_EQ(database.changeCount("bad")->count, 0U);
   }
+}
+
+TEST_F(SQLiteKeyValueDatabaseTest, theErrorOfTextThatCannotBeKeptNamesTheKey) {
+  const std::string cut("a\0b", 3);
+  const auto errorOf = [&](const std::function<void(Transaction&)>& edit) {
+    return database.transact(edit).error().localizedDescription;
+  };
+  EXPECT_EQ(errorOf([&](Transaction& transaction) { transaction.setValue("bad", cut); }),
+            "Cannot set 'bad': A text with a zero byte or that is not UTF-8 cannot be kept");
+  EXPECT_EQ(errorOf([&](Transaction& transaction) { transaction.setEntry("bad", cut, "v"); }),
+            "Cannot set 'bad': A key or name is not text that can be kept");
+  EXPECT_EQ(errorOf([&](Transaction& transaction) { transaction.setValue(cut, "v"); }),
+            "A key or name is not text that can be kept");
 }
 
 TEST_F(SQLiteKeyValueDatabaseTest, anExceptionPassesThroughAndNothingHasChanged) {
@@ -281,6 +294,26 @@ TEST_F(SQLiteKeyValueDatabaseTest, anObserverHearsOfChangesInAFolderThatWentAndC
   loop.runUntil([&] { return called == 2; });
 }
 
+TEST_F(SQLiteKeyValueDatabaseTest, anObserverHearsOfAFileThatCountsAsMuchAsTheOneBefore) {
+  ASSERT_TRUE(set(database, "k", "first"));
+  RecordingOutput log;
+  NSUserDefaults defaults(database, log);
+  int called = 0;
+  const auto observation = defaults.addObserver("k", [&] { ++called; });
+  loop.runUntilIdle();
+  ASSERT_EQ(called, 0);
+  std::filesystem::remove_all(home);
+  std::filesystem::create_directory(home);
+  SQLiteKeyValueDatabase another(path, loop.queue);
+  ASSERT_TRUE(set(another, "k", "second"));
+  ASSERT_EQ(another.changeCount("k")->count, 1U);
+  loop.runUntil([&] { return called > 0; });
+  EXPECT_EQ(called, 1);
+  ASSERT_TRUE(set(another, "k", "third"));
+  loop.runUntil([&] { return called > 1; });
+  EXPECT_EQ(called, 2);
+}
+
 TEST_F(SQLiteKeyValueDatabaseTest, theBellIsHeardInAFolderThatTookThePlaceOfAnother) {
   RecordingOutput log;
   NSUserDefaults defaults(database, log);
@@ -317,6 +350,28 @@ TEST_F(SQLiteKeyValueDatabaseTest, listeningBeforeThereIsAFolderHearsOfWhatComes
   loop.runUntil([&] { return called == 1; });
 }
 
+/// Opening the file locks the doorbell, which must not ring by that.
+TEST_F(SQLiteKeyValueDatabaseTest, aDatabaseThatCannotBeOpenedDoesNotKeepItsListenerBusy) {
+  std::ofstream(path) << std::string(5000, 'x');
+  RecordingOutput log;
+  NSUserDefaults defaults(database, log);
+  const auto observation = defaults.addObserver("k", [] { FAIL() << "nothing has changed"; });
+  SQLiteKeyValueDatabase another(path, loop.queue);
+  int told = 0;
+  another.setListener([&] {
+    ++told;
+    EXPECT_FALSE(another.value("k"));
+  });
+  std::ofstream(home / "d.doorbell") << "!";
+  bool isOver = false;
+  // Time for two of the looks that a listener takes by itself.
+  loop.queue.postAfter(std::chrono::milliseconds(1200), [&] { isOver = true; });
+  loop.runUntil([&] { return isOver; });
+  EXPECT_GE(told, 1);
+  EXPECT_LE(told, 3);
+  EXPECT_EQ(log.take().size(), 1U);
+}
+
 TEST_F(SQLiteKeyValueDatabaseTest, severalThreadsOfSeveralConnectionsLoseNoIncrement) {
   constexpr int threadCount = 4;
   constexpr int rounds = 100;
@@ -339,7 +394,7 @@ TEST_F(SQLiteKeyValueDatabaseTest, severalThreadsOfSeveralConnectionsLoseNoIncre
       }
     });
   }
-  loop.runUntil([&] { return *database.changeCount("n") == threadCount * rounds; });
+  loop.runUntil([&] { return database.changeCount("n")->count == threadCount * rounds; });
   for (auto& thread : threads) thread.join();
   loop.runUntil([&] { return told > 0; });
   EXPECT_EQ(*another.value("n"), Value(std::int64_t{threadCount * rounds}));

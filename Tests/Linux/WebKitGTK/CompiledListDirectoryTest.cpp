@@ -69,6 +69,19 @@ TEST_F(CompiledLists, fileThatMakesNoSenseNamesNoList) {
   EXPECT_EQ(directory.current(), std::nullopt);
 }
 
+TEST_F(CompiledLists, onlyTheAbsenceOfTheFileSaysThatThereIsNoList) {
+  const auto none = directory.readCurrent();
+  ASSERT_TRUE(none);
+  EXPECT_EQ(*none, std::nullopt);
+  putCurrent("garbage");
+  EXPECT_EQ(directory.readCurrent().error().localizedDescription,
+            "'" + (folder / "lists/current").string() + "' names no compiled list.");
+  std::filesystem::remove(folder / "lists/current");
+  std::filesystem::create_directory(folder / "lists/current");
+  EXPECT_EQ(directory.readCurrent().error().code, EISDIR);
+  EXPECT_EQ(directory.current(), std::nullopt);
+}
+
 TEST_F(CompiledLists, checksumIsThatOfTheCompiledFile) {
   EXPECT_EQ(directory.checksumOf(a), std::nullopt);
   putList(a, "bytes");

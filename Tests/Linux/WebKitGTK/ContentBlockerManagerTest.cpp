@@ -1,10 +1,15 @@
+#include <cerrno>
+#include <chrono>
+#include <csignal>
 #include <fstream>
+#include <thread>
 
 #include <glib.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include "Linux/GLib/MainLoopExecutor.h"
 #include "Linux/Posix/PosixFileSystem.h"
 #include "Linux/WebKitGTK/CompiledListDirectory.h"
 #include "Linux/WebKitGTK/ContentBlockerManager.h"
@@ -23,6 +28,8 @@ std::string listBlocking(const std::string& urlFilter) {
 /// The manager with the real helper, on a folder of its own.
 class ContentBlocker : public ::testing::Test {
  protected:
+  ContentBlocker() { makeManager(helper); }
+
   void putList(const std::string& json) { std::ofstream(folder / "tmp.json") << json; }
 
   /// Reloads and waits for the answer.
@@ -35,13 +42,38 @@ class ContentBlocker : public ::testing::Test {
   }
 
   /// Takes a shell script for the helper.
-  void useHelper(const std::string& script) {
+  void useHelper(const std::string& script,
+                 std::chrono::seconds limit = ContentBlockerManager::defaultLimit) {
     const auto program = folder / "helper";
     std::ofstream(program) << "#!/bin/bash\n" << script << "\n";
     std::filesystem::permissions(program, std::filesystem::perms::owner_all);
+    makeManager(program, limit);
+  }
+
+  void makeManager(const std::filesystem::path& program,
+                   std::chrono::seconds limit = ContentBlockerManager::defaultLimit) {
     manager.emplace(
-        BrowserSettings(folder / "browser.ini"),
-        ContentBlockerManager::Locations{program, folder / "tmp.json", folder / "lists"});
+        mainQueue, BrowserSettings(folder / "browser.ini"),
+        ContentBlockerManager::Locations{program, folder / "tmp.json", folder / "lists"}, limit);
+  }
+
+  /// A pipe with a name, for helpers that are to wait.
+  std::string fifo(const char* name) {
+    EXPECT_EQ(::mkfifo((folder / name).c_str(), S_IRUSR | S_IWUSR), 0);
+    return (folder / name).string();
+  }
+
+  /// The process of a helper whose script begins with `notingItsProcess`.
+  std::optional<pid_t> notedProcess() {
+    pid_t process = 0;
+    std::ifstream(folder / "process") >> process;
+    return process == 0 ? std::nullopt : std::optional(process);
+  }
+
+  /// GLib collects it on a thread of its own.
+  static void waitForTheEndOf(pid_t process) {
+    while (::kill(process, 0) == 0) std::this_thread::yield();
+    EXPECT_EQ(errno, ESRCH);
   }
 
   /// Whether a process is blocked until the lock of the compiled lists is free.
@@ -65,9 +97,9 @@ class ContentBlocker : public ::testing::Test {
   PosixFileSystem files;
   CompiledListDirectory directory{files, folder / "lists"};
   std::filesystem::path helper = std::filesystem::path(ORVANE_PROGRAMS) / "orvane-compile";
-  std::optional<ContentBlockerManager> manager{
-      std::in_place, BrowserSettings(folder / "browser.ini"),
-      ContentBlockerManager::Locations{helper, folder / "tmp.json", folder / "lists"}};
+  std::string notingItsProcess = "echo $$ >" + (folder / "process").string() + "; ";
+  MainLoopExecutor mainQueue;
+  std::optional<ContentBlockerManager> manager;
 };
 
 TEST_F(ContentBlocker, reloadCompilesTheListAndMakesItCurrent) {
@@ -147,11 +179,24 @@ TEST_F(ContentBlocker, helperWaitsForTheLockAndThenReadsTheNewestList) {
     EXPECT_FALSE(error);
     answered = true;
   });
-  while (!somebodyWaitsForTheLock()) ASSERT_FALSE(answered);
+  while (!somebodyWaitsForTheLock()) {
+    g_main_context_iteration(nullptr, FALSE);
+    ASSERT_FALSE(answered);
+  }
   putList(listBlocking("new"));
   lock->reset();
   while (!answered) g_main_context_iteration(nullptr, TRUE);
   EXPECT_EQ(directory.current()->source, contentHash(listBlocking("new")));
+}
+
+TEST_F(ContentBlocker, refusalNamesTheEntryAndTheReason) {
+  putList(R"([{"trigger":{"url-filter":"ads"},"action":{"type":"block"}},)"
+          R"({"trigger":{"url-filter":"(ads"},"action":{"type":"block"}}])");
+  const auto error = reload();
+  ASSERT_TRUE(error);
+  EXPECT_THAT(error->localizedDescription,
+              ::testing::HasSubstr("\nEntry 2 of the list: trigger.url-filter: "));
+  EXPECT_THAT(error->localizedDescription, ::testing::Not(::testing::HasSubstr("Entry 1 ")));
 }
 
 TEST_F(ContentBlocker, exitStatusOfTheHelperDecidesWhateverItSays) {
@@ -174,7 +219,8 @@ TEST_F(ContentBlocker, listThatTheBrowserRefusesLeavesTheLastGoodOneInForce) {
   const auto error = reload();
   ASSERT_TRUE(error);
   EXPECT_EQ(error->domain, "WebKitUserContentFilterError");
-  EXPECT_EQ(error->localizedDescription, "Invalid or unsupported regular expression.");
+  EXPECT_THAT(error->localizedDescription,
+              ::testing::StartsWith("Invalid or unsupported regular expression.\n"));
   EXPECT_EQ(directory.current(), good);
   EXPECT_EQ(directory.checksumOf(good->folder), good->checksum);
 
@@ -191,9 +237,7 @@ TEST_F(ContentBlocker, missingListIsAnError) {
 }
 
 TEST_F(ContentBlocker, missingHelperIsAnError) {
-  manager.emplace(BrowserSettings(folder / "browser.ini"),
-                  ContentBlockerManager::Locations{folder / "no-helper", folder / "tmp.json",
-                                                   folder / "lists"});
+  makeManager(folder / "no-helper");
   ASSERT_TRUE(reload());
 }
 
@@ -233,10 +277,62 @@ TEST_F(ContentBlocker, completionsAreNotCalledOnceTheManagerIsGone) {
   manager.reset();
 
   // The answers of another manager come after those of the first.
-  manager.emplace(BrowserSettings(folder / "browser.ini"),
-                  ContentBlockerManager::Locations{helper, folder / "tmp.json", folder / "lists"});
+  makeManager(helper);
   reload();
   EXPECT_FALSE(called);
+}
+
+TEST_F(ContentBlocker, completionIsNotCalledWhenTheManagerEndsWhileTheHelperRuns) {
+  useHelper(notingItsProcess + "read <" + fifo("goes-on"));
+  bool called = false;
+  manager->reloadContentBlocker(identifier, [&](const auto&) { called = true; });
+  while (!notedProcess()) g_main_context_iteration(nullptr, FALSE);
+  manager.reset();
+  std::ofstream(folder / "goes-on") << "on\n";
+  waitForTheEndOf(*notedProcess());
+
+  putList(listBlocking("ads"));
+  makeManager(helper);
+  EXPECT_EQ(reload(), std::nullopt);
+  EXPECT_FALSE(called);
+}
+
+TEST_F(ContentBlocker, helperThatHangsIsKilledAndReported) {
+  // What it has started holds its output open, and is not killed.
+  useHelper(notingItsProcess + "cat <" + fifo("never") + "; true", std::chrono::seconds(1));
+  const auto error = reload();
+  ASSERT_TRUE(error);
+  EXPECT_EQ(error->domain, "WebKitUserContentFilterError");
+  EXPECT_EQ(error->localizedDescription,
+            "The compiler of blocker lists did not finish within 1 seconds.");
+  ASSERT_TRUE(notedProcess());
+  waitForTheEndOf(*notedProcess());
+  std::ofstream(folder / "never");
+}
+
+TEST_F(ContentBlocker, nextReloadSucceedsAfterOneThatWasKilled) {
+  useHelper("read <" + fifo("never"), std::chrono::seconds(1));
+  EXPECT_TRUE(reload());
+  putList(listBlocking("ads"));
+  makeManager(helper);
+  EXPECT_EQ(reload(), std::nullopt);
+}
+
+TEST_F(ContentBlocker, reloadOnAnotherThreadIsAnsweredOnTheMainQueue) {
+  putList(listBlocking("ads"));
+  std::optional<std::optional<NSError>> answer;
+  std::thread::id answeredOn;
+  std::thread([&] {
+    manager->reloadContentBlocker(identifier, [&](std::optional<NSError> error) {
+      answeredOn = std::this_thread::get_id();
+      answer = std::move(error);
+    });
+  }).join();
+  EXPECT_FALSE(answer);
+  while (!answer) g_main_context_iteration(nullptr, TRUE);
+  EXPECT_EQ(*answer, std::nullopt);
+  EXPECT_EQ(answeredOn, std::this_thread::get_id());
+  EXPECT_TRUE(directory.current());
 }
 
 class ContentBlockerState : public ContentBlocker {
@@ -257,6 +353,22 @@ TEST_F(ContentBlockerState, isEnabledUntilTheUserSaysOtherwise) {
   EXPECT_EQ(state(), std::pair(std::optional(true), false));
   std::ofstream(folder / "browser.ini") << "[Content Blockers]\ncom.example.blocker=false\n";
   EXPECT_EQ(state(), std::pair(std::optional(false), false));
+}
+
+TEST_F(ContentBlockerState, isToldOnTheMainQueueWhoeverAsks) {
+  std::optional<bool> isEnabled;
+  std::thread::id answeredOn;
+  std::thread([&] {
+    manager->getStateOfContentBlocker(identifier,
+                                      [&](std::optional<SFContentBlockerState> state, const auto&) {
+                                        answeredOn = std::this_thread::get_id();
+                                        isEnabled = state && state->isEnabled;
+                                      });
+  }).join();
+  EXPECT_FALSE(isEnabled);
+  while (!isEnabled) g_main_context_iteration(nullptr, TRUE);
+  EXPECT_EQ(isEnabled, true);
+  EXPECT_EQ(answeredOn, std::this_thread::get_id());
 }
 
 TEST_F(ContentBlockerState, isAnErrorWhenTheSettingsCannotBeRead) {

@@ -1,4 +1,4 @@
-#include "Apps/Companion/DiagnosticLog.h"
+#include "Linux/Posix/DiagnosticLog.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

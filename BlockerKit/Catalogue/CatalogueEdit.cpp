@@ -1,0 +1,131 @@
+#include "BlockerKit/Catalogue/CatalogueEdit.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace orvane {
+namespace {
+
+template <typename Item>
+std::optional<std::size_t> indexOf(const std::vector<Item>& items, std::string_view identifier) {
+  const auto found = std::find_if(items.begin(), items.end(),
+                                  [&](const Item& item) { return item.id == identifier; });
+  if (found == items.end()) return std::nullopt;
+  return static_cast<std::size_t>(found - items.begin());
+}
+
+std::optional<std::size_t> indexOfEqualOrSameID(const std::vector<Rule>& rules, const Rule& rule) {
+  const auto equal = std::find(rules.begin(), rules.end(), rule);
+  if (equal == rules.end()) return indexOf(rules, rule.id);
+  return static_cast<std::size_t>(equal - rules.begin());
+}
+
+struct RulePosition {
+  std::size_t package;
+  std::size_t rule;
+};
+
+std::optional<RulePosition> positionOfRule(const std::vector<Package>& packages,
+                                           std::string_view identifier) {
+  for (std::size_t i = 0; i < packages.size(); ++i) {
+    if (const auto rule = indexOf(packages[i].rules, identifier)) return RulePosition{i, *rule};
+  }
+  return std::nullopt;
+}
+
+bool concerns(const SettingRule& edit, UserList /*list*/, const std::vector<Package>& packages) {
+  return indexOf(packages, edit.packageIdentifier).has_value();
+}
+
+bool concerns(const ReplacingRule& edit, UserList /*list*/, const std::vector<Package>& packages) {
+  return indexOf(packages, edit.packageIdentifier).has_value();
+}
+
+bool concerns(const SettingPackage& /*edit*/, UserList list,
+              const std::vector<Package>& /*packages*/) {
+  return list == UserList::custom;
+}
+
+bool concerns(const RemovingPackage& edit, UserList list, const std::vector<Package>& packages) {
+  return list == UserList::custom && indexOf(packages, edit.identifier).has_value();
+}
+
+bool concerns(const RemovingRule& edit, UserList /*list*/, const std::vector<Package>& packages) {
+  return positionOfRule(packages, edit.identifier).has_value();
+}
+
+void removeRule(EditablePackages& list, const RulePosition& position) {
+  auto& package = list.edit()[position.package];
+  package = std::move(package).packageByRemovingRuleAtIndex(position.rule);
+}
+
+void setRule(EditablePackages& list, std::size_t packageIndex, const Rule& rule) {
+  auto& package = list.edit()[packageIndex];
+  package = std::move(package).packageBySettingRule(rule);
+}
+
+void make(const SettingRule& edit, EditablePackages& list) {
+  const auto package = indexOf(list.get(), edit.packageIdentifier);
+  if (package) setRule(list, *package, edit.rule);
+}
+
+void make(const ReplacingRule& edit, EditablePackages& list) {
+  const auto package = indexOf(list.get(), edit.packageIdentifier);
+  if (!package) return;
+  const auto rule = indexOfEqualOrSameID(list.get()[*package].rules, edit.old);
+  if (rule && edit.replacement) {
+    list.edit()[*package].rules[*rule] = *edit.replacement;
+  } else if (rule) {
+    removeRule(list, {*package, *rule});
+  } else if (edit.replacement) {
+    setRule(list, *package, *edit.replacement);
+  }
+}
+
+void make(const SettingPackage& edit, EditablePackages& list) {
+  const auto index = indexOf(list.get(), edit.package.id);
+  if (index) {
+    list.edit()[*index] = edit.package;
+  } else {
+    list.edit().push_back(edit.package);
+  }
+}
+
+void make(const RemovingPackage& edit, EditablePackages& list) {
+  const auto index = indexOf(list.get(), edit.identifier);
+  if (!index) return;
+  auto& packages = list.edit();
+  packages.erase(packages.begin() + static_cast<std::ptrdiff_t>(*index));
+}
+
+void make(const RemovingRule& edit, EditablePackages& list) {
+  const auto position = positionOfRule(list.get(), edit.identifier);
+  if (position) removeRule(list, *position);
+}
+
+}  // namespace
+
+const Package* packageWithIdentifier(const UserPackages& packages, std::string_view identifier) {
+  for (const auto* list : {&packages.configurable, &packages.custom}) {
+    if (const auto index = indexOf(list->get(), identifier)) return &list->get()[*index];
+  }
+  return nullptr;
+}
+
+std::optional<UserList> listConcerned(const CatalogueEdit& edit, const UserPackages& packages) {
+  return std::visit(
+      [&](const auto& which) -> std::optional<UserList> {
+        if (concerns(which, UserList::configurable, packages.configurable.get())) {
+          return UserList::configurable;
+        }
+        if (concerns(which, UserList::custom, packages.custom.get())) return UserList::custom;
+        return std::nullopt;
+      },
+      edit);
+}
+
+void perform(const CatalogueEdit& edit, EditablePackages& list) {
+  std::visit([&](const auto& which) { make(which, list); }, edit);
+}
+
+}  // namespace orvane

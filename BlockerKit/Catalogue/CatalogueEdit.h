@@ -1,0 +1,70 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <variant>
+
+#include "BlockerKit/Catalogue/EditablePackages.h"
+
+namespace orvane {
+
+/// The lists that the user can change.
+enum class UserList { configurable, custom };
+
+/// The packages of these lists, as one process has them.
+struct UserPackages {
+  EditablePackages configurable;
+  EditablePackages custom;
+
+  EditablePackages& operator[](UserList list) {
+    return list == UserList::configurable ? configurable : custom;
+  }
+};
+
+/// The configurable or else the custom package with that id; null when there is none.
+const Package* packageWithIdentifier(const UserPackages& packages, std::string_view identifier);
+
+/// Puts a rule into a package, in the place of a rule with the same id.
+struct SettingRule {
+  std::string packageIdentifier;
+  Rule rule;
+};
+
+/// Replaces the first rule that is equal to `old`, or else the first with its id, since another
+/// process may have changed it meanwhile; without a replacement it is removed. A replacement whose
+/// old rule is gone is put in as a new rule.
+struct ReplacingRule {
+  std::string packageIdentifier;
+  Rule old;
+  std::optional<Rule> replacement;
+};
+
+/// Puts a package among the custom ones, in the place of one with the same id.
+struct SettingPackage {
+  Package package;
+};
+
+/// Removes the custom package with that id.
+struct RemovingPackage {
+  std::string identifier;
+};
+
+/// Removes the first rule with that id.
+struct RemovingRule {
+  std::string identifier;
+};
+
+/// An edit of one of the lists. It says what is wanted by identifiers, so that it can be made again
+/// on a list that another process has changed.
+using CatalogueEdit =
+    std::variant<SettingRule, ReplacingRule, SettingPackage, RemovingPackage, RemovingRule>;
+
+/// The list that the edit is about: the first that has what is to be changed. Nothing when none
+/// has.
+std::optional<UserList> listConcerned(const CatalogueEdit& edit, const UserPackages& packages);
+
+/// Makes the edit on its list, where it changes nothing when what it is about is gone.
+void perform(const CatalogueEdit& edit, EditablePackages& list);
+
+}  // namespace orvane
