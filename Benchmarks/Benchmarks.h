@@ -11,6 +11,10 @@ namespace orvane::benchmarks {
 /// The rebuild of the list, beside reading the same package bytes and writing the same list bytes.
 void registerRebuild(const Scenario& scenario);
 
+/// What a change costs from the signal to the list on disk, with the catalogue in memory, beside
+/// writing the same list bytes.
+void registerChange(const Scenario& scenario);
+
 /// The edits of the list as text, beside a copy of the list file.
 void registerEdits(const Scenario& scenario);
 

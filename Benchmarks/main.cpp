@@ -20,6 +20,7 @@ int main(int argc, char** argv) {
     scenarios.push_back(scenarioFromList(list));
   }
   for (const auto& scenario : scenarios) registerRebuild(scenario);
+  for (const auto& scenario : scenarios) registerChange(scenario);
   for (const auto& scenario : scenarios) registerEdits(scenario);
   registerDefaults();
 #ifdef ORVANE_DESKTOP
