@@ -60,7 +60,7 @@ ReloadReport reload(Process& process, Platform& platform, std::optional<ReloadRe
                           [&](const SafariReloadingResult& result) {
                             if (const auto* failure = result.failure()) giveUp(*failure);
                           });
-  platform.mainQueue.postAfter(longestReload, [&report, giveUp] {
+  platform.mainQueue.postAfter(longestReload, [giveUp] {
     giveUp({Safari::errorDomain, 0, "The browser does not answer."});
   });
   return waitFor(report);

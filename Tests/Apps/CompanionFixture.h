@@ -53,7 +53,7 @@ class CompanionTest : public ::testing::Test {
     auto running = programs();
     while (!running.empty() && std::chrono::steady_clock::now() < end) {
       for (const auto process : running) ::kill(process, SIGTERM);
-      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+      std::this_thread::yield();
       running = programs();
     }
     EXPECT_TRUE(running.empty());

@@ -1,4 +1,6 @@
+#include <algorithm>
 #include <chrono>
+#include <fstream>
 #include <thread>
 
 #include "Tests/Apps/ChangeFixture.h"
@@ -25,6 +27,7 @@ class SwitchCommand : public ChangeTest {
 
   std::optional<PropertyListValue> disabledPackages() { return value(preferences(), packagesKey); }
   std::optional<PropertyListValue> disabledRules() { return value(preferences(), rulesKey); }
+  void waitUntilACommandWaits();
   static PropertyListValue strings(const std::vector<std::string>& strings) {
     return toPropertyList(strings);
   }
@@ -112,6 +115,22 @@ TEST_F(SwitchCommand, changeThatTheDiskDoesNotTakeIsNotClaimed) {
   EXPECT_EQ(stored(), before);
 }
 
+/// A command that waits for the database to be free sleeps between its attempts. Where the system
+/// does not say so, the wait ends by itself, and the test is only less strict.
+void SwitchCommand::waitUntilACommandWaits() {
+  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+  const auto sleeps = [](pid_t process) {
+    std::ifstream stream("/proc/" + std::to_string(process) + "/wchan");
+    std::string where;
+    return std::getline(stream, where) && where.find("nanosleep") != where.npos;
+  };
+  while (std::chrono::steady_clock::now() < end) {
+    const auto running = programs();
+    if (std::any_of(running.begin(), running.end(), sleeps)) return;
+    std::this_thread::yield();
+  }
+}
+
 /// The command has asked, and waits for the other program's change before it can make its own.
 TEST_F(SwitchCommand, sameChangeByAnotherProgramMeanwhileIsNoFailure) {
   orvane({"packages"});
@@ -120,7 +139,7 @@ TEST_F(SwitchCommand, sameChangeByAnotherProgramMeanwhileIsNoFailure) {
   std::thread command;
   ASSERT_TRUE(SQLiteKeyValueDatabase(preferences(), executor_).transact([&](auto& transaction) {
     command = std::thread([&] { run = orvane({"disable", "mine", "r2"}); });
-    std::this_thread::sleep_for(std::chrono::seconds(1));
+    waitUntilACommandWaits();
     transaction.setValue(rulesKey, wanted);
   }));
   command.join();
