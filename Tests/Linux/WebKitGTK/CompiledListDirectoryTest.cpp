@@ -59,8 +59,8 @@ TEST_F(CompiledLists, fileThatMakesNoSenseNamesNoList) {
     putCurrent(whole.substr(0, length));
     EXPECT_EQ(directory.current(), std::nullopt) << length;
   }
-  for (const std::string wrong : {"../../../etc", "", hash.c_str(), (hash + ".").c_str(),
-                                  (hash + ".x").c_str(), (hash + "/1").c_str()}) {
+  for (const std::string& wrong :
+       {std::string("../../../etc"), std::string(), hash, hash + ".", hash + ".x", hash + "/1"}) {
     putCurrent("orvane compiled list 1\nsource " + hash + "\nfolder " + wrong +
                "\nchecksum 0\ncompiler 1\n");
     EXPECT_EQ(directory.current(), std::nullopt) << wrong;
