@@ -100,9 +100,7 @@ class BrowserWait {
   std::optional<std::string> obstacle() {
     const auto isEnabled = BrowserSettings(machine_.browserSettings())
                                .isContentBlockerEnabled(Safari::contentBlockerIdentifier);
-    if (!isEnabled) {
-      return "The browser's settings cannot be read: " + isEnabled.error().localizedDescription;
-    }
+    if (!isEnabled) return unreadableBrowserSettings(isEnabled.error());
     if (!*isEnabled) return contentBlockerDisabledMessage;
     return lastingFailure();
   }

@@ -4,8 +4,6 @@
 
 #include "Apps/Companion/DomainInput.h"
 #include "Apps/Companion/Failure.h"
-#include "BlockerKit/JSON/JSONDocument.h"
-#include "BlockerKit/JSON/RecordWriter.h"
 #include "BlockerKit/Lint/ContentBlockerLint.h"
 #include "BlockerKit/Support/DisplayInformation.h"
 
@@ -54,11 +52,7 @@ tl::expected<std::vector<GivenDomain>, std::vector<std::string>> InputCheck::dom
 }
 
 std::optional<std::string> InputCheck::objection(const Rule& rule) {
-  auto json = toJSON(rule.blocker);
-  if (!json) return json.error().localizedDescription;
-  const auto document = JSONDocument::parse(std::move(*json));
-  if (!document) return document.error().localizedDescription;
-  const auto lint = lintContentBlocker(document->root());
+  const auto lint = lintContentBlocker(rule.blocker);
   const bool isAccepted = !lint.isRefused() && !lint.isDropped;
   for (const auto& finding : lint.findings) {
     if (isAccepted) {

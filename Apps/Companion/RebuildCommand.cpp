@@ -43,7 +43,7 @@ std::string obstacle(Platform& platform) {
       Safari::contentBlockerIdentifier,
       [&](std::optional<SFContentBlockerState> state, const std::optional<NSError>& error) {
         if (!state) {
-          answer = "The browser's settings cannot be read: " + error->localizedDescription;
+          answer = unreadableBrowserSettings(*error);
         } else {
           answer = state->isEnabled ? "" : contentBlockerDisabledMessage;
         }

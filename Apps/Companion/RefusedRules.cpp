@@ -6,18 +6,13 @@
 #include <fmt/format.h>
 
 #include "Apps/Companion/Printable.h"
-#include "BlockerKit/JSON/RecordWriter.h"
 #include "BlockerKit/Lint/ContentBlockerLint.h"
 
 namespace orvane {
 namespace {
 
 std::vector<Finding> errorsOf(const Rule& rule) {
-  auto json = toJSON(rule.blocker);
-  if (!json) return {{Severity::Error, "", json.error().localizedDescription}};
-  const auto document = JSONDocument::parse(std::move(*json));
-  if (!document) return {{Severity::Error, "", document.error().localizedDescription}};
-  auto findings = lintContentBlocker(document->root()).findings;
+  auto findings = lintContentBlocker(rule.blocker).findings;
   std::erase_if(findings, [](auto& finding) { return finding.severity != Severity::Error; });
   return findings;
 }

@@ -30,6 +30,15 @@ std::string reasonOf(const NSError& failure, DataManager& dataManager) {
 
 }  // namespace
 
+std::string tooManyRules(std::size_t count) {
+  return fmt::format("There are {} rules, and the browser takes {} at the most.", count,
+                     mostBlockersInList);
+}
+
+std::string unreadableBrowserSettings(const NSError& error) {
+  return "The browser's settings cannot be read: " + error.localizedDescription;
+}
+
 std::string reloadError(const ReloadReport& report, DataManager& dataManager) {
   if (!report.isListBuilt) {
     return fmt::format("The settings cannot be read, and the blocker list stays as it is: {}",
@@ -38,10 +47,7 @@ std::string reloadError(const ReloadReport& report, DataManager& dataManager) {
   if (!report.isWritten) return "The blocker list cannot be written.";
   const auto* failure = report.result.failure();
   if (failure == nullptr) return "";
-  if (report.blockerCount > mostBlockersInList) {
-    return fmt::format("There are {} rules, and the browser takes {} at the most.",
-                       report.blockerCount, mostBlockersInList);
-  }
+  if (report.blockerCount > mostBlockersInList) return tooManyRules(report.blockerCount);
   // A list that blocks nothing has none of the rules in it.
   const auto reason =
       report.isPaused ? failure->localizedDescription : reasonOf(*failure, dataManager);

@@ -1,5 +1,6 @@
 #include "Apps/Companion/StatusCommand.h"
 
+#include <algorithm>
 #include <array>
 #include <ctime>
 #include <optional>
@@ -64,7 +65,7 @@ class StatusQuestion {
     const auto isEnabled = BrowserSettings(machine_.browserSettings())
                                .isContentBlockerEnabled(Safari::contentBlockerIdentifier);
     if (!isEnabled) {
-      add("The browser's settings cannot be read: " + isEnabled.error().localizedDescription);
+      add(unreadableBrowserSettings(isEnabled.error()));
     } else if (!*isEnabled) {
       status_.state = State::switchedOff;
       add(contentBlockerDisabledMessage);
@@ -75,14 +76,15 @@ class StatusQuestion {
     const auto packages = process_.store().readAllPackages();
     auto& preferences = process_.dataManager().preferenceManager();
     status_.packages = packages.size();
-    for (const auto& package : packages) {
-      if (preferences.userPreferenceIsDisabledForPackage(package)) ++status_.disabledPackages;
-    }
+    const auto disabled = preferences.disabledPackageIDs();
+    status_.disabledPackages = static_cast<std::size_t>(
+        std::count_if(packages.begin(), packages.end(), [&](const Package& package) {
+          return std::find(disabled.begin(), disabled.end(), package.id) != disabled.end();
+        }));
     expected_ = expectedList(process_, packages);
     status_.enabledBlockers = expected_.enabledBlockers;
     if (status_.enabledBlockers > mostBlockersInList) {
-      add(fmt::format("There are {} rules, and the browser takes {} at the most.",
-                      status_.enabledBlockers, mostBlockersInList));
+      add(tooManyRules(status_.enabledBlockers));
     }
   }
 

@@ -7,6 +7,7 @@
 
 #include <fmt/format.h>
 
+#include "BlockerKit/JSON/RecordWriter.h"
 #include "BlockerKit/Lint/ActionLint.h"
 #include "BlockerKit/Lint/MemberLint.h"
 #include "BlockerKit/Lint/TriggerLint.h"
@@ -41,6 +42,12 @@ BlockerLint lintContentBlocker(const JSONValue& blocker) {
   }
   result.findings = findings.take();
   return result;
+}
+
+BlockerLint lintContentBlocker(const Blocker& blocker) {
+  const auto document = toJSON(blocker).and_then(JSONDocument::parse);
+  if (document) return lintContentBlocker(document->root());
+  return {.findings = {{Severity::Error, "", document.error().localizedDescription}}};
 }
 
 }  // namespace orvane

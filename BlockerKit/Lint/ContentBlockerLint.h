@@ -5,6 +5,7 @@
 
 #include "BlockerKit/JSON/JSONDocument.h"
 #include "BlockerKit/Lint/Finding.h"
+#include "BlockerKit/Model/Blocker.h"
 
 namespace orvane {
 
@@ -23,5 +24,9 @@ struct BlockerLint {
 
 /// Judges one element of the browser's list, whatever kind of value it is.
 BlockerLint lintContentBlocker(const JSONValue& blocker);
+
+/// Judges the element of the list that the record becomes. A record that cannot be encoded is
+/// refused.
+BlockerLint lintContentBlocker(const Blocker& blocker);
 
 }  // namespace orvane

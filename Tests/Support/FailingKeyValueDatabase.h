@@ -11,6 +11,8 @@ class FailingKeyValueDatabase final : public KeyValueDatabase {
   explicit FailingKeyValueDatabase(KeyValueDatabase& database) : database_(database) {}
 
   bool fails = false;
+  /// How often it was asked for.
+  int synchronizations = 0;
   NSError error{"test", 5, "The disk is on fire"};
 
   Expected<std::optional<PropertyListValue>> value(std::string_view key) override {
@@ -27,6 +29,7 @@ class FailingKeyValueDatabase final : public KeyValueDatabase {
     return database_.transact(body);
   }
   Expected<void> synchronize() override {
+    ++synchronizations;
     if (fails) return tl::unexpected(error);
     return database_.synchronize();
   }

@@ -123,6 +123,19 @@ TEST_F(PreferenceTest, SwitchingOnAPackageThatIsOnPersistsTheSameArray) {
   EXPECT_THAT(preferences().disabledPackageIDs(), ElementsAre("q"));
 }
 
+TEST_F(PreferenceTest, EveryChangeSynchronizesTheStoreAtOnce) {
+  const auto& database = process.machine.ubiquitousAtRisk;
+  const Rule rule = package.rules.front();
+  preferences().saveDisabledUserPrefenceForPackage(package);
+  EXPECT_EQ(database.synchronizations, 1);
+  preferences().saveEnabledUserPrefenceForPackage(package);
+  EXPECT_EQ(database.synchronizations, 2);
+  preferences().disableRuleSynchronouslyWithoutReload(rule, package);
+  EXPECT_EQ(database.synchronizations, 3);
+  preferences().enableRuleSynchronouslyWithoutReload(rule, package);
+  EXPECT_EQ(database.synchronizations, 4);
+}
+
 TEST_F(PreferenceTest, ChangesAreAnnouncedAroundTheWriting) {
   std::vector<std::string> seen;
   const auto look = [&](const NSNotification&) {
