@@ -6,13 +6,9 @@
 #include "Apps/Companion/CompanionStatus.h"
 #include "Apps/Companion/Failure.h"
 #include "Apps/Companion/Printable.h"
+#include "SafariExtension/Reload/CompanionApplication.h"
 
 namespace orvane {
-namespace {
-
-constexpr const char* companionIdentifier = "com.tessaly.BlockerMac";
-
-}  // namespace
 
 bool opensSharedSettings(Platform& platform) {
   if (platform.userDefaultsSuite(PersistentStore::applicationGroup) != nullptr) return true;
@@ -31,8 +27,7 @@ bool ChangeCommand::canStore() {
 
 bool ChangeCommand::tellCompanion(const ChangeAnswer& answer) {
   if (answer.change == ChangeAnswer::Change::none && !options_.waits) return true;
-  const bool isLaunched = platform().workspace.launchApp(
-      companionIdentifier, NSWorkspaceLaunchWithoutActivation | NSWorkspaceLaunchAndHide);
+  const bool isLaunched = launchCompanionHidden(platform().workspace);
   if (answer.change == ChangeAnswer::Change::packageFiles) {
     process_.communication().send(Communication::Message::reloadRulesFromDisk);
   }

@@ -8,10 +8,10 @@
 
 #include "BlockerKit/Lint/HeaderActionLint.h"
 #include "BlockerKit/Lint/MemberLint.h"
-#include "BlockerKit/Lint/Quoted.h"
 #include "BlockerKit/Lint/RedirectLint.h"
 #include "BlockerKit/Lint/SelectorLint.h"
 #include "BlockerKit/Model/Action.h"
+#include "BlockerKit/Support/Quoted.h"
 
 namespace orvane {
 namespace {

@@ -13,8 +13,8 @@
 #include "BlockerKit/Lint/DocumentShape.h"
 #include "BlockerKit/Lint/ElementPositions.h"
 #include "BlockerKit/Lint/JSONError.h"
-#include "BlockerKit/Lint/Quoted.h"
 #include "BlockerKit/Lint/RecordLint.h"
+#include "BlockerKit/Support/Quoted.h"
 
 namespace orvane {
 namespace {

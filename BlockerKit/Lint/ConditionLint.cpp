@@ -10,8 +10,8 @@
 
 #include "BlockerKit/Lint/DomainLint.h"
 #include "BlockerKit/Lint/MemberLint.h"
-#include "BlockerKit/Lint/Quoted.h"
 #include "BlockerKit/Lint/URLFilterLint.h"
+#include "BlockerKit/Support/Quoted.h"
 
 namespace orvane {
 namespace {

@@ -5,8 +5,8 @@
 #include <fmt/format.h>
 
 #include "BlockerKit/Lint/CharacterKinds.h"
-#include "BlockerKit/Lint/Quoted.h"
 #include "BlockerKit/Lint/URLFilterLint.h"
+#include "BlockerKit/Support/Quoted.h"
 
 namespace orvane {
 namespace {

@@ -5,7 +5,7 @@
 
 #include <fmt/format.h>
 
-#include "BlockerKit/Lint/Quoted.h"
+#include "BlockerKit/Support/Quoted.h"
 
 namespace orvane {
 

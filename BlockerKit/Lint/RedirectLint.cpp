@@ -9,7 +9,7 @@
 #include <fmt/format.h>
 
 #include "BlockerKit/Lint/CharacterKinds.h"
-#include "BlockerKit/Lint/Quoted.h"
+#include "BlockerKit/Support/Quoted.h"
 
 namespace orvane {
 namespace {

@@ -10,8 +10,8 @@
 #include "BlockerKit/Lint/CSSTokenizer.h"
 #include "BlockerKit/Lint/CharacterKinds.h"
 #include "BlockerKit/Lint/NthExpression.h"
-#include "BlockerKit/Lint/Quoted.h"
 #include "BlockerKit/Lint/SelectorNames.h"
+#include "BlockerKit/Support/Quoted.h"
 
 namespace orvane {
 namespace {

@@ -10,10 +10,10 @@
 #include "BlockerKit/Lint/CharacterKinds.h"
 #include "BlockerKit/Lint/ConditionLint.h"
 #include "BlockerKit/Lint/MemberLint.h"
-#include "BlockerKit/Lint/Quoted.h"
 #include "BlockerKit/Lint/URLFilterLint.h"
 #include "BlockerKit/Model/LoadType.h"
 #include "BlockerKit/Model/ResourceType.h"
+#include "BlockerKit/Support/Quoted.h"
 
 namespace orvane {
 namespace {

@@ -8,8 +8,8 @@
 #include <fmt/format.h>
 
 #include "BlockerKit/Lint/CharacterKinds.h"
-#include "BlockerKit/Lint/Quoted.h"
 #include "BlockerKit/Lint/URLFilterClass.h"
+#include "BlockerKit/Support/Quoted.h"
 
 namespace orvane {
 namespace {

@@ -4,7 +4,7 @@
 #include <vector>
 
 #include <fmt/format.h>
-#include <glib.h>
+#include <gio/gio.h>
 #include <unistd.h>
 
 #include "Linux/GLib/GLibError.h"
@@ -36,6 +36,14 @@ bool Workspace::launchApp(std::string_view bundleIdentifier, NSWorkspaceLaunchOp
   GError* error = nullptr;
   g_spawn_async_with_fds("/", arguments.data(), nullptr, G_SPAWN_DEFAULT, leaveSession, nullptr,
                          nullptr, -1, log.get(), log.get(), &error);
+  if (error == nullptr) return true;
+  systemLog_.print(takenError(error).localizedDescription);
+  return false;
+}
+
+bool Workspace::openURL(const NSURL& url) {
+  GError* error = nullptr;
+  g_app_info_launch_default_for_uri(url.absoluteString().c_str(), nullptr, &error);
   if (error == nullptr) return true;
   systemLog_.print(takenError(error).localizedDescription);
   return false;

@@ -11,7 +11,7 @@
 namespace orvane {
 
 /// Starts programs as processes of their own, which outlive this one and write to the diagnostic
-/// log.
+/// log. URLs go to the user's default program for their scheme.
 class Workspace final : public NSWorkspace {
  public:
   /// `programs` are the paths by bundle identifier; the log is kept in `stateFolder`. A program
@@ -20,6 +20,7 @@ class Workspace final : public NSWorkspace {
             std::optional<std::filesystem::path> stateFolder, LineOutput& systemLog);
 
   bool launchApp(std::string_view bundleIdentifier, NSWorkspaceLaunchOptions options) override;
+  bool openURL(const NSURL& url) override;
 
  private:
   std::map<std::string, std::filesystem::path, std::less<>> programs_;

@@ -6,8 +6,11 @@
 
 namespace orvane {
 
-NSBundle::NSBundle(NSFileManager& fileManager, std::filesystem::path resources)
-    : fileManager_(fileManager), resources_(std::move(resources)) {}
+NSBundle::NSBundle(NSFileManager& fileManager, std::filesystem::path resources,
+                   InfoDictionary infoDictionary)
+    : fileManager_(fileManager),
+      resources_(std::move(resources)),
+      infoDictionary_(std::move(infoDictionary)) {}
 
 std::optional<std::filesystem::path> NSBundle::pathForResource(std::string_view name,
                                                                std::string_view extension) const {

@@ -68,7 +68,13 @@ class RecordingWorkspace final : public NSWorkspace {
     return true;
   }
 
+  bool openURL(const NSURL& url) override {
+    openedURLs.push_back(url.absoluteString());
+    return true;
+  }
+
   std::vector<Launch> launches;
+  std::vector<std::string> openedURLs;
 };
 
 }  // namespace orvane::test

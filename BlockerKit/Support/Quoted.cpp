@@ -1,4 +1,4 @@
-#include "BlockerKit/Lint/Quoted.h"
+#include "BlockerKit/Support/Quoted.h"
 
 #include <algorithm>
 
