@@ -59,7 +59,9 @@ struct TestPlatform {
   VirtualTime& time = machine->time;
   InMemoryFileSystem& fileSystem = machine->fileSystem;
   NSFileManager fileManager;
-  NSBundle mainBundle{fileManager, bundle};
+  NSBundle mainBundle{fileManager, bundle,
+                      PropertyListValue::Dictionary{{"CFBundleShortVersionString", "3.1"},
+                                                    {"CFBundleVersion", "1024"}}};
   NSNotificationCenter notificationCenter;
   FixedURLLoader urlLoader;
   UUIDGenerator makeUUID = [this] { return fmt::format("UUID-{}", ++machine->uuidCount); };
