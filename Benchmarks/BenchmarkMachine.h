@@ -33,6 +33,12 @@ class BenchmarkMachine {
   NSUserDefaults& sharedDefaults() { return rest_.suite(); }
   /// Runs what is due on the queues, all in this thread.
   void runUntilIdle() { rest_.time.runUntilIdle(); }
+  Executor::Time now() const { return rest_.time.now(); }
+  /// Turns the clock of the queues on until the condition holds.
+  template <typename Condition>
+  void advanceUntil(Condition condition) {
+    while (!condition()) rest_.time.advance(std::chrono::milliseconds(100));
+  }
   const std::filesystem::path& container() const { return container_; }
 
  private:
