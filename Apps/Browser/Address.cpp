@@ -98,7 +98,9 @@ std::string withoutBlanks(std::string_view text) {
   return encoded;
 }
 
-std::string_view upToPath(std::string_view text) { return text.substr(0, text.find_first_of("/?#")); }
+std::string_view upToPath(std::string_view text) {
+  return text.substr(0, text.find_first_of("/?#"));
+}
 
 std::optional<std::string> webURL(std::string_view scheme, std::string_view rest) {
   constexpr std::string_view slashes = "//";
@@ -115,8 +117,7 @@ std::optional<std::string> hostURL(std::string_view text) {
   const auto authority = split(name);
   if (!isAuthority(authority)) return std::nullopt;
   const auto host = lowerCase(authority.host);
-  const bool isNear =
-      isNumericAddress(host) || host == "localhost" || host.ends_with(".localhost");
+  const bool isNear = isNumericAddress(host) || host == "localhost" || host.ends_with(".localhost");
   const bool isOneWord = !isNear && labelsOf(host) == 1;
   // A single word is a host only if nothing else can be meant.
   if (isOneWord && authority.port.empty() && !text.substr(name.size()).starts_with('/')) {
@@ -145,8 +146,8 @@ std::string schemeOf(std::string_view url) {
 }
 
 bool isShownHere(std::string_view scheme) {
-  constexpr std::array<std::string_view, 8> shown{"http",  "https", "file",  "about",
-                                                  "data",  "blob",  "webkit", "javascript"};
+  constexpr std::array<std::string_view, 8> shown{"http", "https", "file",   "about",
+                                                  "data", "blob",  "webkit", "javascript"};
   return std::find(shown.begin(), shown.end(), scheme) != shown.end();
 }
 
@@ -158,8 +159,8 @@ std::optional<std::string> urlOfAddress(std::string_view text) {
   if (scheme.empty()) return std::nullopt;
   const auto rest = text.substr(scheme.size() + 1);
   if (scheme == "http" || scheme == "https") return webURL(scheme, rest);
-  const bool isLocal = scheme == "about" || scheme == "data" ||
-                       (scheme == "file" && rest.starts_with("///"));
+  const bool isLocal =
+      scheme == "about" || scheme == "data" || (scheme == "file" && rest.starts_with("///"));
   if (!isLocal || rest.empty()) return std::nullopt;
   return scheme + ":" + withoutBlanks(rest);
 }

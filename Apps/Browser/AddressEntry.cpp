@@ -32,10 +32,9 @@ void AddressEntry::showOtherPage(const std::string& url) {
 }
 
 void AddressEntry::showAddress(const std::string& url) {
-  const bool isTyping = has_focus() || (is_focus() && get_text() != url_);
-  const bool isEdited = get_text() != url_;
+  const bool isEdited = get_text().raw() != url_;
   url_ = url;
-  if (!isTyping || !isEdited) set_text(url);
+  if (!isEdited && get_text().raw() != url) set_text(url);
 }
 
 void AddressEntry::showProgress(double fraction, bool isLoading) {

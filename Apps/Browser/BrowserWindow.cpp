@@ -23,12 +23,13 @@ BrowserWindow::BrowserWindow(Platform& platform, const WebEngine& engine,
       engine_(engine),
       handler_(handler),
       observer_(std::move(observer)),
-      extensionWindow_(std::make_shared<ExtensionWindow>(
-          platform.mainQueue,
-          [this] {
-            const auto* front = tabs_.front();
-            return front == nullptr ? nullptr : front->extensionTab();
-          })),
+      extensionWindow_(std::make_shared<ExtensionWindow>(platform.mainQueue,
+                                                         [this] {
+                                                           const auto* front = tabs_.front();
+                                                           return front == nullptr
+                                                                      ? nullptr
+                                                                      : front->extensionTab();
+                                                         })),
       address_(platform.mainQueue,
                {.entered = [this](const std::string& text) { enterAddress(text); },
                 .left = [this] { withFront([](Tab& tab) { tab.focus(); }); }}),
@@ -72,7 +73,8 @@ void BrowserWindow::openTab(const std::string& url) { addTab(nullptr, tabs_.fron
 Tab& BrowserWindow::openTabFor(Tab& opener) { return addTab(opener.view(), &opener); }
 
 Tab& BrowserWindow::addTab(WebKitWebView* opener, Tab* neighbour) {
-  auto made = std::make_unique<Tab>(*this, engine_, platform_.mainQueue, platform_.makeUUID(), opener);
+  auto made =
+      std::make_unique<Tab>(*this, engine_, platform_.mainQueue, platform_.makeUUID(), opener);
   auto& tab = *made;
   tabs_.add(std::move(made), neighbour);
   toolbarItem_.setNeedsValidation();
@@ -113,11 +115,11 @@ void BrowserWindow::sendToPage(Tab& tab, std::string_view message) {
 void BrowserWindow::enterAddress(const std::string& text) {
   const auto url = urlOfAddress(text);
   if (!url) {
-    return message_.show(
-        text.empty() ? "Enter the address of a page, such as example.org."
-                     : fmt::format("“{}” is not an address. An address is, for example, "
-                                   "example.org or https://example.org/page.",
-                                   text));
+    return message_.show(text.empty()
+                             ? "Enter the address of a page, such as example.org."
+                             : fmt::format("“{}” is not an address. An address is, for example, "
+                                           "example.org or https://example.org/page.",
+                                           text));
   }
   message_.hide();
   withFront([&](Tab& tab) {
@@ -183,7 +185,8 @@ void BrowserWindow::addKeys() {
   };
   std::vector<Shortcut> shortcuts{
       {"<Control>t", always([this] { openEmptyTab(); })},
-      {"<Control>w|<Control>F4", always([this] { withFront([this](Tab& tab) { closeTab(tab); }); })},
+      {"<Control>w|<Control>F4",
+       always([this] { withFront([this](Tab& tab) { closeTab(tab); }); })},
       {"<Control>Tab|<Control>Page_Down", always([this] { tabs_.moveFront(1); })},
       {"<Control><Shift>Tab|<Control><Shift>ISO_Left_Tab|<Control>Page_Up",
        always([this] { tabs_.moveFront(-1); })},
@@ -200,9 +203,9 @@ void BrowserWindow::addKeys() {
       {"<Control>comma", always([this] { observer_.settingsRequested(); })},
       {"<Control>q", always([this] { window_.close(); })},
   };
-  static constexpr std::array<const char*, 9> numbers{
-      "<Control>1", "<Control>2", "<Control>3", "<Control>4", "<Control>5",
-      "<Control>6", "<Control>7", "<Control>8", "<Control>9"};
+  static constexpr std::array<const char*, 9> numbers{"<Control>1", "<Control>2", "<Control>3",
+                                                      "<Control>4", "<Control>5", "<Control>6",
+                                                      "<Control>7", "<Control>8", "<Control>9"};
   for (std::size_t index = 0; index < numbers.size(); ++index) {
     shortcuts.push_back({numbers[index], always([this, index] {
                            if (auto* tab = tabs_.at(index)) tabs_.bringToFront(*tab);

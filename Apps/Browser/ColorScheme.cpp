@@ -87,9 +87,8 @@ void ColorSchemeFollower::followDesktop() {
                       G_DBUS_CALL_FLAGS_NONE, -1, self.cancellable_.get(), answered, nullptr);
   };
   g_dbus_proxy_new_for_bus(
-      G_BUS_TYPE_SESSION,
-      static_cast<GDBusProxyFlags>(G_DBUS_PROXY_FLAGS_DO_NOT_LOAD_PROPERTIES), nullptr,
-      "org.freedesktop.portal.Desktop", "/org/freedesktop/portal/desktop",
+      G_BUS_TYPE_SESSION, static_cast<GDBusProxyFlags>(G_DBUS_PROXY_FLAGS_DO_NOT_LOAD_PROPERTIES),
+      nullptr, "org.freedesktop.portal.Desktop", "/org/freedesktop/portal/desktop",
       "org.freedesktop.portal.Settings", cancellable_.get(), made, this);
 }
 

@@ -21,8 +21,8 @@ void addShortcuts(Gtk::Widget& widget, const std::vector<Shortcut>& shortcuts) {
     const auto act = [action = shortcut.action](Gtk::Widget&, const Glib::VariantBase&) {
       return action();
     };
-    controller->add_shortcut(Gtk::Shortcut::create(Gtk::ShortcutTrigger::parse_string(shortcut.keys),
-                                                   Gtk::CallbackAction::create(act)));
+    controller->add_shortcut(Gtk::Shortcut::create(
+        Gtk::ShortcutTrigger::parse_string(shortcut.keys), Gtk::CallbackAction::create(act)));
   }
   widget.add_controller(controller);
 }

@@ -3,8 +3,7 @@
 namespace orvane {
 
 void ExtensionTab::getActivePageWithCompletionHandler(PageCompletion completion) {
-  mainQueue_.post(
-      [page = page_, completion = std::move(completion)] { completion(page.lock()); });
+  mainQueue_.post([page = page_, completion = std::move(completion)] { completion(page.lock()); });
 }
 
 void ExtensionWindow::getActiveTabWithCompletionHandler(TabCompletion completion) {

@@ -10,7 +10,8 @@ namespace orvane {
 class Tab;
 
 /// A tab's page as the extension knows it; the same for as long as the tab lives. Main queue.
-class ExtensionPage final : public SFSafariPage, public std::enable_shared_from_this<ExtensionPage> {
+class ExtensionPage final : public SFSafariPage,
+                            public std::enable_shared_from_this<ExtensionPage> {
  public:
   /// `mainQueue` outlives the page.
   ExtensionPage(Executor& mainQueue, Tab& tab) : mainQueue_(mainQueue), tab_(&tab) {}

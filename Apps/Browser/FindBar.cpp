@@ -10,8 +10,8 @@
 namespace orvane {
 namespace {
 
-constexpr auto options = static_cast<guint32>(WEBKIT_FIND_OPTIONS_CASE_INSENSITIVE |
-                                              WEBKIT_FIND_OPTIONS_WRAP_AROUND);
+constexpr auto options =
+    static_cast<guint32>(WEBKIT_FIND_OPTIONS_CASE_INSENSITIVE | WEBKIT_FIND_OPTIONS_WRAP_AROUND);
 
 }  // namespace
 
@@ -53,8 +53,8 @@ FindBar::FindBar(WebKitWebView* view, std::function<void()> closed)
                         }}});
 
   const auto found = [](WebKitFindController*, guint count, gpointer self) {
-    static_cast<FindBar*>(self)->show(
-        count == 1 ? "1 match" : fmt::format("{} matches", count), false);
+    static_cast<FindBar*>(self)->show(count == 1 ? "1 match" : fmt::format("{} matches", count),
+                                      false);
   };
   const auto missing = [](WebKitFindController*, gpointer self) {
     static_cast<FindBar*>(self)->show("No matches", true);

@@ -62,7 +62,8 @@ Notice failedLoadNotice(const std::string& url, const GError& error) {
 
 Notice badCertificateNotice(const std::string& url, GTlsCertificateFlags errors) {
   static constexpr std::array<std::pair<GTlsCertificateFlags, std::string_view>, 6> reasons{{
-      {G_TLS_CERTIFICATE_UNKNOWN_CA, "Its certificate was issued by an authority that is not known."},
+      {G_TLS_CERTIFICATE_UNKNOWN_CA,
+       "Its certificate was issued by an authority that is not known."},
       {G_TLS_CERTIFICATE_BAD_IDENTITY, "Its certificate belongs to another site."},
       {G_TLS_CERTIFICATE_NOT_ACTIVATED, "Its certificate is not valid yet."},
       {G_TLS_CERTIFICATE_EXPIRED, "Its certificate has expired."},

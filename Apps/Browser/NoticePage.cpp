@@ -21,7 +21,6 @@ NoticePage::NoticePage(std::function<void()> pressed) {
   set_policy(Gtk::PolicyType::NEVER, Gtk::PolicyType::AUTOMATIC);
   icon_.set_pixel_size(iconSize);
   icon_.add_css_class("dim-label");
-  icon_.set_accessible_role(Gtk::Accessible::Role::PRESENTATION);
   title_.add_css_class("notice-title");
   wrap(title_);
   wrap(explanation_);
@@ -32,9 +31,9 @@ NoticePage::NoticePage(std::function<void()> pressed) {
   box_.set_valign(Gtk::Align::CENTER);
   box_.set_margin(24);
   box_.set_spacing(12);
-  for (Gtk::Widget* child : {static_cast<Gtk::Widget*>(&icon_), static_cast<Gtk::Widget*>(&title_),
-                             static_cast<Gtk::Widget*>(&explanation_),
-                             static_cast<Gtk::Widget*>(&button_)}) {
+  for (Gtk::Widget* child :
+       {static_cast<Gtk::Widget*>(&icon_), static_cast<Gtk::Widget*>(&title_),
+        static_cast<Gtk::Widget*>(&explanation_), static_cast<Gtk::Widget*>(&button_)}) {
     box_.append(*child);
   }
   set_child(box_);

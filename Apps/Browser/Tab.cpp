@@ -23,8 +23,7 @@ void multiplyZoom(WebKitWebView* view, double factor) {
 /// A link that the user wants in a tab of its own.
 bool isForNewTab(WebKitNavigationAction* action) {
   constexpr guint middleButton = 2;
-  if (webkit_navigation_action_get_navigation_type(action) !=
-      WEBKIT_NAVIGATION_TYPE_LINK_CLICKED) {
+  if (webkit_navigation_action_get_navigation_type(action) != WEBKIT_NAVIGATION_TYPE_LINK_CLICKED) {
     return false;
   }
   return webkit_navigation_action_get_mouse_button(action) == middleButton ||
@@ -133,8 +132,8 @@ void Tab::connectSignals() {
                               gpointer data) -> gboolean {
     webkit_context_menu_append(menu, webkit_context_menu_item_new_separator());
     webkit_context_menu_append(
-        menu, webkit_context_menu_item_new_from_gaction(
-                  G_ACTION(tabOf(data).hideElement_->gobj()), "Hide Element…", nullptr));
+        menu, webkit_context_menu_item_new_from_gaction(G_ACTION(tabOf(data).hideElement_->gobj()),
+                                                        "Hide Element…", nullptr));
     return FALSE;
   };
   on("context-menu", G_CALLBACK(+contextMenu));
@@ -231,8 +230,7 @@ void Tab::webProcessEnded(WebKitWebProcessTerminationReason reason) {
 
 bool Tab::decideNavigation(WebKitNavigationPolicyDecision* decision) {
   auto* action = webkit_navigation_policy_decision_get_navigation_action(decision);
-  const std::string url =
-      webkit_uri_request_get_uri(webkit_navigation_action_get_request(action));
+  const std::string url = webkit_uri_request_get_uri(webkit_navigation_action_get_request(action));
   const bool isOurs = isShownHere(schemeOf(url));
   if (isOurs && !isForNewTab(action)) return false;
   webkit_policy_decision_ignore(WEBKIT_POLICY_DECISION(decision));

@@ -61,8 +61,8 @@ void TabStrip::add(std::unique_ptr<Tab> tab, Tab* neighbour) {
                          [&](const auto& entry) { return entry->tab.get() == neighbour; });
     if (place != tabs_.end()) ++place;
   }
-  auto& added = **tabs_.insert(
-      place, std::make_unique<Entry>(std::move(tab), observer_.closeRequested));
+  auto& added =
+      **tabs_.insert(place, std::make_unique<Entry>(std::move(tab), observer_.closeRequested));
   const auto index = std::find_if(tabs_.begin(), tabs_.end(),
                                   [&](const auto& entry) { return entry.get() == &added; }) -
                      tabs_.begin();

@@ -39,7 +39,8 @@ class TabStrip {
   Tab* at(std::size_t index);
   Tab* withToken(std::string_view token);
   void bringToFront(Tab& tab);
-  /// Brings the tab that is so many places to the right to the front; the last is left of the first.
+  /// Brings the tab that is so many places to the right to the front; the last is left of the
+  /// first.
   void moveFront(int places);
 
  private:

@@ -34,11 +34,10 @@ void ToolbarItem::setNeedsValidation() {
 
 void ToolbarItem::validate() {
   needsValidation_ = false;
-  handler_.validateToolbarItemInWindow(
-      *window_, [this, lifetime = std::weak_ptr(lifetime_)](bool isEnabled,
-                                                            const std::string& badge) {
-        if (!lifetime.expired()) show(isEnabled, badge);
-      });
+  handler_.validateToolbarItemInWindow(*window_, [this, lifetime = std::weak_ptr(lifetime_)](
+                                                     bool isEnabled, const std::string& badge) {
+    if (!lifetime.expired()) show(isEnabled, badge);
+  });
 }
 
 void ToolbarItem::show(bool isEnabled, const std::string& badge) {

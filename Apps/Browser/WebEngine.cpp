@@ -32,21 +32,20 @@ WebEngine::WebEngine(const BrowserOptions& options, const XDGDirectories& direct
       context_(webkit_web_context_new()),
       settings_(webkit_settings_new()) {
   if (!options.proxyURL.empty()) useProxy(network_.get(), options.proxyURL);
-  webkit_network_session_set_tls_errors_policy(network_.get(),
-                                               options.acceptsAnyCertificate
-                                                   ? WEBKIT_TLS_ERRORS_POLICY_IGNORE
-                                                   : WEBKIT_TLS_ERRORS_POLICY_FAIL);
+  webkit_network_session_set_tls_errors_policy(network_.get(), options.acceptsAnyCertificate
+                                                                   ? WEBKIT_TLS_ERRORS_POLICY_IGNORE
+                                                                   : WEBKIT_TLS_ERRORS_POLICY_FAIL);
   webkit_network_session_set_itp_enabled(network_.get(), TRUE);
 }
 
 GObjectPointer<WebKitWebView> WebEngine::makeView(WebKitWebView* opener) const {
-  gpointer view = opener == nullptr
-                      ? g_object_new(WEBKIT_TYPE_WEB_VIEW, "web-context", context_.get(),
-                                     "network-session", network_.get(), "user-content-manager",
-                                     contentManager_.get(), "settings", settings_.get(), nullptr)
-                      : g_object_new(WEBKIT_TYPE_WEB_VIEW, "related-view", opener,
-                                     "user-content-manager", contentManager_.get(), "settings",
-                                     settings_.get(), nullptr);
+  gpointer view =
+      opener == nullptr
+          ? g_object_new(WEBKIT_TYPE_WEB_VIEW, "web-context", context_.get(), "network-session",
+                         network_.get(), "user-content-manager", contentManager_.get(), "settings",
+                         settings_.get(), nullptr)
+          : g_object_new(WEBKIT_TYPE_WEB_VIEW, "related-view", opener, "user-content-manager",
+                         contentManager_.get(), "settings", settings_.get(), nullptr);
   return GObjectPointer<WebKitWebView>(WEBKIT_WEB_VIEW(g_object_ref_sink(view)));
 }
 

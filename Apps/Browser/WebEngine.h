@@ -3,7 +3,7 @@
 #include <webkit/webkit.h>
 
 #include "Apps/Browser/BrowserOptions.h"
-#include "Apps/Demonstration/GObjectPointer.h"
+#include "Linux/GLib/GObjectPointer.h"
 #include "Linux/Posix/XDGDirectories.h"
 
 namespace orvane {
