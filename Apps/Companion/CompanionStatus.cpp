@@ -1,14 +1,14 @@
 #include "Apps/Companion/CompanionStatus.h"
 
-#include <cstdint>
-
 namespace orvane {
 namespace {
 
-std::string textOr(const PropertyListValue::Dictionary& dictionary, const char* key) {
+/// What stands under the key, if it is a `Value`.
+template <typename Value>
+std::optional<Value> valueIn(const PropertyListValue::Dictionary& dictionary, const char* key) {
   const auto entry = dictionary.find(key);
-  const auto* text = entry == dictionary.end() ? nullptr : entry->second.as<std::string>();
-  return text == nullptr ? std::string() : *text;
+  const auto* value = entry == dictionary.end() ? nullptr : entry->second.as<Value>();
+  return value == nullptr ? std::nullopt : std::optional(*value);
 }
 
 }  // namespace
@@ -17,7 +17,9 @@ CompanionStatus companionStatus(NSUserDefaults& defaults) {
   const auto status = defaults.object(companionStatusKey);
   const auto* dictionary = status ? status->as<PropertyListValue::Dictionary>() : nullptr;
   if (dictionary == nullptr) return {};
-  return {textOr(*dictionary, "attempt"), textOr(*dictionary, "error")};
+  return {valueIn<std::string>(*dictionary, "attempt").value_or(""),
+          valueIn<std::string>(*dictionary, "error").value_or(""),
+          valueIn<std::int64_t>(*dictionary, "rules")};
 }
 
 void publishCompanionStatus(Platform& platform, NSUserDefaults& defaults, const std::string& error,

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <optional>
 #include <string>
 
 #include "Platform/Foundation/NSUserDefaults.h"
@@ -20,6 +22,8 @@ struct CompanionStatus {
   std::string attempt;
   /// A text for the user; empty when the attempt succeeded.
   std::string error;
+  /// How many rules the list has.
+  std::optional<std::int64_t> rules;
 };
 
 CompanionStatus companionStatus(NSUserDefaults& defaults);

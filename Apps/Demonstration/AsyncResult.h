@@ -6,7 +6,7 @@
 
 #include <gio/gio.h>
 
-#include "Apps/Demonstration/GObjectPointer.h"
+#include "Linux/GLib/GObjectPointer.h"
 #include "Platform/Foundation/NSError.h"
 
 namespace orvane {

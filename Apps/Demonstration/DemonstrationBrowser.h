@@ -6,8 +6,8 @@
 
 #include <webkit/webkit.h>
 
-#include "Apps/Demonstration/GObjectPointer.h"
 #include "Apps/Demonstration/Judgement.h"
+#include "Linux/GLib/GObjectPointer.h"
 #include "Platform/Foundation/NSError.h"
 
 namespace orvane {

@@ -11,7 +11,7 @@
 
 #include <libsoup/soup.h>
 
-#include "Apps/Demonstration/GObjectPointer.h"
+#include "Linux/GLib/GObjectPointer.h"
 #include "Platform/Foundation/NSError.h"
 
 namespace orvane {

@@ -23,7 +23,8 @@ std::optional<std::filesystem::path> directory(const char* variable, const char*
 XDGDirectories XDGDirectories::ofThisProcess() {
   return {.data = directory("XDG_DATA_HOME", ".local/share"),
           .config = directory("XDG_CONFIG_HOME", ".config"),
-          .state = directory("XDG_STATE_HOME", ".local/state")};
+          .state = directory("XDG_STATE_HOME", ".local/state"),
+          .cache = directory("XDG_CACHE_HOME", ".cache")};
 }
 
 UserDirectories XDGDirectories::userDirectories() const {

@@ -14,6 +14,7 @@ struct XDGDirectories {
   std::optional<std::filesystem::path> data;    ///< `$XDG_DATA_HOME`
   std::optional<std::filesystem::path> config;  ///< `$XDG_CONFIG_HOME`
   std::optional<std::filesystem::path> state;   ///< `$XDG_STATE_HOME`
+  std::optional<std::filesystem::path> cache;   ///< `$XDG_CACHE_HOME`
 
   static XDGDirectories ofThisProcess();
 

@@ -8,7 +8,7 @@
 namespace orvane {
 
 /// The browser's settings, a key file that the user owns. It is read at every question, so that a
-/// change made by any program counts at once.
+/// change made by any program counts at once. Blocking; any thread.
 class BrowserSettings {
  public:
   explicit BrowserSettings(std::filesystem::path file);
@@ -18,6 +18,10 @@ class BrowserSettings {
   /// Whether the user has this content blocker switched on; true until the user says otherwise. A
   /// file that cannot be read or understood is an error.
   Expected<bool> isContentBlockerEnabled(std::string_view identifier) const;
+
+  /// Replaces the file by one that says so and keeps whatever else the old one says, comments too.
+  /// A file that cannot be read or understood is left as it is, which is an error.
+  Expected<void> setContentBlockerEnabled(std::string_view identifier, bool enabled) const;
 
  private:
   std::filesystem::path file_;

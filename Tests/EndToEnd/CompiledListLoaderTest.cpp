@@ -6,10 +6,10 @@
 #include <gtest/gtest.h>
 
 #include "Apps/Demonstration/DemonstrationBrowser.h"
-#include "Apps/Demonstration/GObjectPointer.h"
 #include "Apps/Demonstration/LoopbackProxy.h"
 #include "Apps/Demonstration/MainLoop.h"
 #include "Apps/Demonstration/TemporaryFolder.h"
+#include "Linux/GLib/GObjectPointer.h"
 #include "Linux/GLib/MainLoopExecutor.h"
 #include "Linux/Posix/PosixFileSystem.h"
 #include "Linux/Posix/ProgramFolder.h"

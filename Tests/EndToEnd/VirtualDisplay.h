@@ -2,7 +2,7 @@
 
 #include <gio/gio.h>
 
-#include "Apps/Demonstration/GObjectPointer.h"
+#include "Linux/GLib/GObjectPointer.h"
 
 namespace orvane {
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -12,46 +13,49 @@
 
 namespace orvane::test {
 
-/// The answers of a browser: they come on the main queue, later than they were asked for; while it
-/// is told to wait they come when the test says so.
+/// Gives the answers of a browser later than they were asked for, on one executor; while it is told
+/// to wait, when the test says so.
 class Answers {
  public:
   explicit Answers(Executor& mainQueue) : mainQueue_(mainQueue) {}
 
-  void give(Executor::Task answer) {
-    if (holdsBack) {
+  void post(Executor::Task answer) {
+    if (areHeldBack) {
       held_.push_back(std::move(answer));
     } else {
       mainQueue_.post(std::move(answer));
     }
   }
   /// Gives the answers that were held back.
-  void giveHeld() {
-    for (auto& answer : std::exchange(held_, {})) mainQueue_.post(std::move(answer));
+  void postAll() {
+    for (auto& held : std::exchange(held_, {})) mainQueue_.post(std::move(held));
   }
 
-  bool holdsBack = false;
+  bool areHeldBack = false;
 
  private:
   Executor& mainQueue_;
   std::vector<Executor::Task> held_;
 };
 
+/// A page at a URL, or without one; it is gone once its properties are absent.
 class RecordingPage final : public SFSafariPage {
  public:
-  /// A page without text has no URL; a closed one has no properties.
-  RecordingPage(Answers& answers, std::string_view url)
-      : properties(SFSafariPageProperties(NSURL::fromString(url))), answers_(answers) {}
+  RecordingPage(Answers& answers, const std::optional<std::string>& url)
+      : properties(SFSafariPageProperties(url ? NSURL::fromString(*url) : std::nullopt)),
+        answers_(answers) {}
 
   void getPagePropertiesWithCompletionHandler(PropertiesCompletion completion) override {
-    answers_.give(
-        [completion = std::move(completion), answer = properties] { completion(answer); });
+    ++queries;
+    answers_.post([state = properties, completion = std::move(completion)] { completion(state); });
   }
   void dispatchMessageToScriptWithName(std::string_view name) override {
     messages.emplace_back(name);
   }
 
   std::optional<SFSafariPageProperties> properties;
+  int queries = 0;
+  /// The names of the messages to its script.
   std::vector<std::string> messages;
 
  private:
@@ -63,7 +67,7 @@ class RecordingTab final : public SFSafariTab {
   explicit RecordingTab(Answers& answers) : answers_(answers) {}
 
   void getActivePageWithCompletionHandler(PageCompletion completion) override {
-    answers_.give([completion = std::move(completion), answer = page] { completion(answer); });
+    answers_.post([page = page, completion = std::move(completion)] { completion(page); });
   }
 
   std::shared_ptr<RecordingPage> page;
@@ -77,7 +81,7 @@ class RecordingWindow final : public SFSafariWindow {
   explicit RecordingWindow(Answers& answers) : answers_(answers) {}
 
   void getActiveTabWithCompletionHandler(TabCompletion completion) override {
-    answers_.give([completion = std::move(completion), answer = tab] { completion(answer); });
+    answers_.post([tab = tab, completion = std::move(completion)] { completion(tab); });
   }
 
   std::shared_ptr<RecordingTab> tab;
@@ -91,7 +95,7 @@ class RecordingApplication final : public SFSafariApplication {
   explicit RecordingApplication(Answers& answers) : answers_(answers) {}
 
   void getActiveWindowWithCompletionHandler(WindowCompletion completion) override {
-    answers_.give([completion = std::move(completion), answer = window] { completion(answer); });
+    answers_.post([window = window, completion = std::move(completion)] { completion(window); });
   }
   void setToolbarItemsNeedUpdate() override { ++toolbarUpdates; }
 
@@ -124,10 +128,39 @@ class RecordingPopoverWindow final : public NSWindow {
   NSView& view_;
 };
 
-/// A browser with one window, one tab in it, and a page.
+/// Shows nothing; a test dismisses the alerts.
+class RecordingAlerts {
+ public:
+  RecordingAlerts() = default;
+  RecordingAlerts(const RecordingAlerts&) = delete;
+  RecordingAlerts& operator=(const RecordingAlerts&) = delete;
+
+  /// The alerts that were shown.
+  std::vector<NSAlert> alerts;
+
+  /// Dismisses the alert that has stood for longest; false when none stands.
+  bool dismissOne() {
+    if (completions_.empty()) return false;
+    const auto completion = std::move(completions_.front());
+    completions_.erase(completions_.begin());
+    completion();
+    return true;
+  }
+
+  RunAlertModal run = [this](const NSAlert& alert, std::function<void()> completion) {
+    alerts.push_back(alert);
+    completions_.push_back(std::move(completion));
+  };
+
+ private:
+  std::vector<std::function<void()>> completions_;
+};
+
+/// A browser with one window, whose front tab shows `page`.
 struct RecordingExtensionHost {
-  RecordingExtensionHost(Executor& mainQueue, std::string_view url) : answers(mainQueue) {
-    page = std::make_shared<RecordingPage>(answers, url);
+  explicit RecordingExtensionHost(Executor& mainQueue,
+                                  const std::optional<std::string>& url = std::nullopt)
+      : answers(mainQueue), page(std::make_shared<RecordingPage>(answers, url)) {
     tab->page = page;
     window->tab = tab;
     application.window = window;
@@ -138,15 +171,9 @@ struct RecordingExtensionHost {
   std::shared_ptr<RecordingTab> tab = std::make_shared<RecordingTab>(answers);
   std::shared_ptr<RecordingWindow> window = std::make_shared<RecordingWindow>(answers);
   RecordingApplication application{answers};
-  /// The alerts that were shown; the last one's completion is what dismissing it calls.
-  std::vector<NSAlert> alerts;
-  std::function<void()> dismissAlert;
-  RunAlertModal runAlertModal = [this](const NSAlert& alert, std::function<void()> completion) {
-    alerts.push_back(alert);
-    dismissAlert = std::move(completion);
-  };
-  NSProcessInfo processInfo{"workshop", {12, 0, 7}};
-  ExtensionHost host{application, runAlertModal, processInfo};
+  RecordingAlerts alerts;
+  NSProcessInfo processInfo{"harbour", {12, 0, 7}};
+  ExtensionHost host{application, alerts.run, processInfo};
 };
 
 }  // namespace orvane::test

@@ -11,7 +11,8 @@ namespace {
 
 /// What the directories are in an environment with exactly these variables of theirs.
 XDGDirectories in(const std::map<std::string, std::string>& environment) {
-  for (const char* name : {"HOME", "XDG_DATA_HOME", "XDG_CONFIG_HOME", "XDG_STATE_HOME"}) {
+  for (const char* name :
+       {"HOME", "XDG_DATA_HOME", "XDG_CONFIG_HOME", "XDG_STATE_HOME", "XDG_CACHE_HOME"}) {
     const auto value = environment.find(name);
     if (value == environment.end()) {
       ::unsetenv(name);
@@ -26,10 +27,12 @@ TEST(XDGDirectories, comeFromTheirVariables) {
   const auto directories = in({{"HOME", "/home/me"},
                                {"XDG_DATA_HOME", "/data"},
                                {"XDG_CONFIG_HOME", "/config"},
-                               {"XDG_STATE_HOME", "/state"}});
+                               {"XDG_STATE_HOME", "/state"},
+                               {"XDG_CACHE_HOME", "/cache"}});
   EXPECT_EQ(directories.data, "/data");
   EXPECT_EQ(directories.config, "/config");
   EXPECT_EQ(directories.state, "/state");
+  EXPECT_EQ(directories.cache, "/cache");
 }
 
 TEST(XDGDirectories, areBelowTheHomeFolderOtherwise) {
@@ -37,6 +40,7 @@ TEST(XDGDirectories, areBelowTheHomeFolderOtherwise) {
   EXPECT_EQ(directories.data, "/home/me/.local/share");
   EXPECT_EQ(directories.config, "/home/me/.config");
   EXPECT_EQ(directories.state, "/home/me/.local/state");
+  EXPECT_EQ(directories.cache, "/home/me/.cache");
 }
 
 TEST(XDGDirectories, relativePathsAreIgnored) {

@@ -40,7 +40,7 @@ TEST_F(ReportPanel, ReportsThePageTheCommentAndTheMachine) {
   EXPECT_EQ(reports[0], (Report{.type = ReportType::brokenSite,
                                 .url = *NSURL::fromString("https://www.example.com/news"),
                                 .comment = "The page stays white",
-                                .device = "Mac workshop",
+                                .device = "Mac harbour",
                                 .appVersion = "3.1 (1024)",
                                 .osVersion = "macOS 12.0.7"}));
 }
@@ -120,8 +120,8 @@ class Feedback : public ReportPanel {};
 
 TEST_F(Feedback, IsWelcomedByAnAlertBeforeTheLetterOpens) {
   popover.sendEmailAction();
-  ASSERT_THAT(browser.alerts, SizeIs(1));
-  EXPECT_EQ(browser.alerts[0],
+  ASSERT_THAT(browser.alerts.alerts, SizeIs(1));
+  EXPECT_EQ(browser.alerts.alerts[0],
             (NSAlert{.alertStyle = NSAlertStyle::informational,
                      .messageText = "Feedback is Welcome",
                      .informativeText =
@@ -129,9 +129,9 @@ TEST_F(Feedback, IsWelcomedByAnAlertBeforeTheLetterOpens) {
                          "can't respond to everyone.\nThanks for understanding.",
                      .icon = "friends",
                      .buttonTitles = {"OK, I understand 💜"}}));
-  EXPECT_EQ(static_cast<int>(browser.alerts[0].alertStyle), 1);
+  EXPECT_EQ(static_cast<int>(browser.alerts.alerts[0].alertStyle), 1);
   EXPECT_THAT(machine.workspace.openedURLs, IsEmpty());
-  browser.dismissAlert();
+  EXPECT_TRUE(browser.alerts.dismissOne());
   EXPECT_THAT(machine.workspace.openedURLs, SizeIs(1));
 }
 

@@ -107,12 +107,12 @@ TEST_F(HandlerTest, TheToolbarItemIsValidatedInAWindowWithoutATabToo) {
 }
 
 TEST_F(HandlerTest, ThePopoverIsGivenAtOnceAndLearnsOfThePageLater) {
-  browser.answers.holdsBack = true;
+  browser.answers.areHeldBack = true;
   EXPECT_EQ(&handler().popoverViewController(), &popover);
   settle();
   EXPECT_EQ(popover.page(), nullptr);
-  browser.answers.holdsBack = false;
-  browser.answers.giveHeld();
+  browser.answers.areHeldBack = false;
+  browser.answers.postAll();
   settle();
   EXPECT_EQ(popover.page(), browser.page);
   EXPECT_EQ(handler().pageToReload(), browser.page);
@@ -231,11 +231,11 @@ TEST_F(HandlerTest, OnlyTheSignalToTheExtensionIsObserved) {
 TEST_F(HandlerTest, AHandlerThatHasEndedHearsNoSignalAndDoesNotReload) {
   click();
   sendReloadTab();
-  browser.answers.holdsBack = true;
+  browser.answers.areHeldBack = true;
   handler().updateURLWith(*browser.window);
   handler_.reset();
   clearLogs();
-  browser.answers.giveHeld();
+  browser.answers.postAll();
   sendReloadTab();
   machine.time.advance(std::chrono::seconds(1));
   EXPECT_THAT(machine.systemLog.take(), IsEmpty());
@@ -424,10 +424,10 @@ TEST_F(PickedElement, StaysOnOneShortLineOfTheLogWhateverItIs) {
 }
 
 TEST_F(PickedElement, IsNotReloadedWhenTheHandlerHasEnded) {
-  browser.answers.holdsBack = true;
+  browser.answers.areHeldBack = true;
   pick(".ad");
   handler_.reset();
-  browser.answers.giveHeld();
+  browser.answers.postAll();
   settle();
   EXPECT_THAT(rulesOnDisk(ConfigurablePackageType::HideElements), IsEmpty());
 }

@@ -1,0 +1,105 @@
+#include "Apps/Browser/FindBar.h"
+
+#include <limits>
+#include <utility>
+
+#include <fmt/format.h>
+
+#include "Apps/Browser/Controls.h"
+
+namespace orvane {
+namespace {
+
+constexpr auto options =
+    static_cast<guint32>(WEBKIT_FIND_OPTIONS_CASE_INSENSITIVE | WEBKIT_FIND_OPTIONS_WRAP_AROUND);
+
+}  // namespace
+
+FindBar::FindBar(WebKitWebView* view, std::function<void()> closed)
+    : controller_(webkit_web_view_get_find_controller(view)), closed_(std::move(closed)) {
+  setUpIconButton(previous_, "go-up-symbolic", "Previous match");
+  setUpIconButton(next_, "go-down-symbolic", "Next match");
+  setUpIconButton(close_, "window-close-symbolic", "Close the find bar");
+  entry_.set_hexpand(true);
+  entry_.set_width_chars(6);
+  entry_.set_max_width_chars(40);
+  entry_.set_placeholder_text("Find on this page");
+  entry_.set_icon_from_icon_name("edit-find-symbolic");
+  setAccessibleLabel(entry_, "Find on this page");
+  result_.add_css_class("dim-label");
+  box_.add_css_class("find-bar");
+  box_.set_spacing(6);
+  box_.append(entry_);
+  box_.append(result_);
+  for (auto* button : {&previous_, &next_, &close_}) box_.append(*button);
+  set_child(box_);
+  set_transition_type(Gtk::RevealerTransitionType::SLIDE_UP);
+  set_reveal_child(false);
+  set_visible(false);
+
+  entry_.signal_changed().connect(sigc::mem_fun(*this, &FindBar::find));
+  entry_.signal_activate().connect(sigc::mem_fun(*this, &FindBar::findNext));
+  previous_.signal_clicked().connect(sigc::mem_fun(*this, &FindBar::findPrevious));
+  next_.signal_clicked().connect(sigc::mem_fun(*this, &FindBar::findNext));
+  close_.signal_clicked().connect(sigc::mem_fun(*this, &FindBar::close));
+  addShortcuts(*this, {{"<Shift>Return",
+                        [this] {
+                          findPrevious();
+                          return true;
+                        }},
+                       {"Escape", [this] {
+                          close();
+                          return true;
+                        }}});
+
+  const auto found = [](WebKitFindController*, guint count, gpointer self) {
+    static_cast<FindBar*>(self)->show(count == 1 ? "1 match" : fmt::format("{} matches", count),
+                                      false);
+  };
+  const auto missing = [](WebKitFindController*, gpointer self) {
+    static_cast<FindBar*>(self)->show("No matches", true);
+  };
+  g_signal_connect(controller_, "found-text", G_CALLBACK(+found), this);
+  g_signal_connect(controller_, "failed-to-find-text", G_CALLBACK(+missing), this);
+}
+
+FindBar::~FindBar() { g_signal_handlers_disconnect_by_data(controller_, this); }
+
+void FindBar::open() {
+  set_visible(true);
+  set_reveal_child(true);
+  entry_.grab_focus();
+  entry_.select_region(0, -1);
+  find();
+}
+
+void FindBar::close() {
+  if (!isOpen()) return;
+  set_reveal_child(false);
+  set_visible(false);
+  webkit_find_controller_search_finish(controller_);
+  closed_();
+}
+
+void FindBar::find() {
+  show("", false);
+  const auto text = entry_.get_text();
+  if (text.empty()) return webkit_find_controller_search_finish(controller_);
+  webkit_find_controller_search(controller_, text.c_str(), options,
+                                std::numeric_limits<guint>::max());
+}
+
+void FindBar::findNext() { webkit_find_controller_search_next(controller_); }
+
+void FindBar::findPrevious() { webkit_find_controller_search_previous(controller_); }
+
+void FindBar::show(const Glib::ustring& result, bool isMissing) {
+  result_.set_text(result);
+  if (isMissing) {
+    entry_.add_css_class("error");
+  } else {
+    entry_.remove_css_class("error");
+  }
+}
+
+}  // namespace orvane

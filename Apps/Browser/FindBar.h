@@ -1,0 +1,44 @@
+#pragma once
+
+#include <functional>
+
+#include <gtkmm.h>
+#include <webkit/webkit.h>
+
+namespace orvane {
+
+/// Finds text on the page of one view, from a bar that is open while the user wants it.
+class FindBar final : public Gtk::Revealer {
+ public:
+  /// `view` outlives the bar. `closed` is called when the user is done, for the page to get the
+  /// keyboard.
+  FindBar(WebKitWebView* view, std::function<void()> closed);
+  FindBar(const FindBar&) = delete;
+  FindBar& operator=(const FindBar&) = delete;
+  ~FindBar() override;
+
+  /// Opens the bar, if it is not open, with the keyboard in its entry.
+  void open();
+  void close();
+  bool isOpen() const { return get_reveal_child(); }
+  void findNext();
+  void findPrevious();
+
+  Gtk::Entry& entry() { return entry_; }
+  Glib::ustring result() const { return result_.get_text(); }
+
+ private:
+  void find();
+  void show(const Glib::ustring& result, bool isMissing);
+
+  WebKitFindController* controller_;
+  std::function<void()> closed_;
+  Gtk::Box box_;
+  Gtk::Entry entry_;
+  Gtk::Label result_;
+  Gtk::Button previous_;
+  Gtk::Button next_;
+  Gtk::Button close_;
+};
+
+}  // namespace orvane

@@ -1,0 +1,67 @@
+#include "Apps/Browser/HeaderBar.h"
+
+#include "Apps/Browser/Controls.h"
+
+namespace orvane {
+namespace {
+
+struct MenuEntry {
+  const char* label;
+  const char* action;
+  const char* keys;
+};
+
+Glib::RefPtr<Gio::Menu> makeSection(std::initializer_list<MenuEntry> entries) {
+  auto section = Gio::Menu::create();
+  for (const auto& entry : entries) {
+    const auto item = Gio::MenuItem::create(entry.label, entry.action);
+    item->set_attribute_value("accel", Glib::Variant<Glib::ustring>::create(entry.keys));
+    section->append_item(item);
+  }
+  return section;
+}
+
+Glib::RefPtr<Gio::Menu> makeMenu() {
+  auto menu = Gio::Menu::create();
+  menu->append_section(makeSection({{"New Tab", "browser.new-tab", "<Control>t"},
+                                    {"Find on Page", "browser.find", "<Control>f"}}));
+  menu->append_section(makeSection({{"Zoom In", "browser.zoom-in", "<Control>plus"},
+                                    {"Zoom Out", "browser.zoom-out", "<Control>minus"},
+                                    {"Zoom to 100 %", "browser.zoom-reset", "<Control>0"}}));
+  menu->append_section(makeSection({{"Settings", "browser.settings", "<Control>comma"},
+                                    {"Quit", "browser.quit", "<Control>q"}}));
+  return menu;
+}
+
+}  // namespace
+
+HeaderBar::HeaderBar(AddressEntry& address, ToolbarItem& toolbarItem, const Observer& observer) {
+  setUpIconButton(back_, "go-previous-symbolic", "Go back (Alt+Left)");
+  setUpIconButton(forward_, "go-next-symbolic", "Go forward (Alt+Right)");
+  setUpIconButton(reload_, "view-refresh-symbolic", "Load the page again (Ctrl+R)");
+  back_.signal_clicked().connect(observer.back);
+  forward_.signal_clicked().connect(observer.forward);
+  reload_.signal_clicked().connect(observer.reloadOrStop);
+  menu_.set_icon_name("open-menu-symbolic");
+  menu_.set_menu_model(makeMenu());
+  menu_.set_tooltip_text("Menu (F10)");
+  menu_.set_primary(true);
+  setAccessibleLabel(menu_, "Menu");
+  for (auto* button : {&back_, &forward_, &reload_}) pack_start(*button);
+  set_title_widget(address);
+  pack_end(menu_);
+  pack_end(toolbarItem);
+}
+
+void HeaderBar::update(const Tab& tab) {
+  back_.set_sensitive(tab.canGoBack());
+  forward_.set_sensitive(tab.canGoForward());
+  reload_.set_sensitive(tab.isLoading() || !tab.url().empty());
+  if (tab.isLoading()) {
+    setUpIconButton(reload_, "process-stop-symbolic", "Stop loading (Escape)");
+  } else {
+    setUpIconButton(reload_, "view-refresh-symbolic", "Load the page again (Ctrl+R)");
+  }
+}
+
+}  // namespace orvane

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <gtkmm.h>
+
+#include "Apps/Browser/AddressEntry.h"
+#include "Apps/Browser/Tab.h"
+#include "Apps/Browser/ToolbarItem.h"
+
+namespace orvane {
+
+/// The controls of a window, above its tabs. The menu's items are actions of the group "browser".
+class HeaderBar final : public Gtk::HeaderBar {
+ public:
+  struct Observer {
+    std::function<void()> back;
+    std::function<void()> forward;
+    std::function<void()> reloadOrStop;
+  };
+
+  /// Both widgets outlive the bar.
+  HeaderBar(AddressEntry& address, ToolbarItem& toolbarItem, const Observer& observer);
+
+  /// Shows what the tab in front is now.
+  void update(const Tab& tab);
+  void openMenu() { menu_.popup(); }
+
+ private:
+  Gtk::Button back_;
+  Gtk::Button forward_;
+  Gtk::Button reload_;
+  Gtk::MenuButton menu_;
+};
+
+}  // namespace orvane

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <functional>
+
+#include <gtkmm.h>
+
+#include "Apps/Browser/Notice.h"
+
+namespace orvane {
+
+/// Shows a notice: a picture, what is the matter, why, and a button if something can be done.
+class NoticePage final : public Gtk::ScrolledWindow {
+ public:
+  explicit NoticePage(std::function<void()> pressed);
+
+  void show(const Notice& notice);
+  const Glib::ustring title() const { return title_.get_text(); }
+  const Glib::ustring explanation() const { return explanation_.get_text(); }
+  Gtk::Button& button() { return button_; }
+
+ private:
+  Gtk::Box box_{Gtk::Orientation::VERTICAL};
+  Gtk::Image icon_;
+  Gtk::Label title_;
+  Gtk::Label explanation_;
+  Gtk::Button button_;
+};
+
+}  // namespace orvane

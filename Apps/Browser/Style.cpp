@@ -1,0 +1,33 @@
+#include "Apps/Browser/Style.h"
+
+#include <gtkmm.h>
+
+namespace orvane {
+namespace {
+
+constexpr const char* style = R"(
+.notice { background-color: @theme_bg_color; }
+.notice-title { font-size: 170%; font-weight: 800; }
+.notice-button { padding: 8px 24px; border-radius: 999px; margin-top: 6px; }
+.find-bar { padding: 6px; border-top: 1px solid @borders; }
+.message-bar { padding: 6px 6px 6px 12px; border-bottom: 1px solid @borders;
+               background-color: mix(@theme_bg_color, @theme_selected_bg_color, 0.18); }
+.link-target { padding: 3px 8px; font-size: 90%; border-top-right-radius: 6px;
+               background-color: @theme_bg_color; color: @theme_fg_color; }
+.badge { font-size: 8px; font-weight: 800; padding: 0 3px; border-radius: 4px;
+         background-color: @error_color; color: white; }
+notebook.tabs > header { padding: 0 2px; }
+notebook.tabs > header tab { min-height: 30px; }
+.tab-close { min-width: 20px; min-height: 20px; padding: 0; border-radius: 999px; }
+)";
+
+}  // namespace
+
+void loadStyle() {
+  const auto provider = Gtk::CssProvider::create();
+  provider->load_from_data(style);
+  Gtk::StyleContext::add_provider_for_display(Gdk::Display::get_default(), provider,
+                                              GTK_STYLE_PROVIDER_PRIORITY_APPLICATION);
+}
+
+}  // namespace orvane
