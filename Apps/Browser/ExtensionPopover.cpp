@@ -28,18 +28,6 @@ constexpr const char* styleClass = "orvane";
 /// Where the screen cannot show one window through another.
 constexpr const char* opaqueClass = "opaque";
 
-InterfaceFile::Actions actionsOf(SafariExtensionViewController& controller) {
-  return {{"pause:", [&controller] { controller.pause(); }},
-          {"whitelist:", [&controller] { controller.whitelist(); }},
-          {"makeHttps:", [&controller] { controller.makeHttps(); }},
-          {"enableHideElementMode:", [&controller] { controller.enableHideElementMode(); }},
-          {"leaveFeedback:", [&controller] { controller.leaveFeedback(); }},
-          {"sendReport:", [&controller] { controller.sendReport(controller.sendButton); }},
-          {"switchStackViews", [&controller] { controller.switchStackViews(); }},
-          {"sendEmailAction:", [&controller] { controller.sendEmailAction(); }},
-          {"launchAppAction:", [&controller] { controller.launchAppAction(); }}};
-}
-
 }  // namespace
 
 /// Gives each view the widget that shows it, until one cannot be had.
@@ -76,12 +64,10 @@ class ExtensionPopover::OutletLoader {
 Expected<std::unique_ptr<ExtensionPopover>> ExtensionPopover::load(
     SafariExtensionViewController& controller, const std::filesystem::path& interfaceFile,
     Gtk::Widget& parent) {
-  auto interface = InterfaceFile::load(interfaceFile, actionsOf(controller));
-  if (!interface) return tl::unexpected(interface.error());
-  std::unique_ptr<ExtensionPopover> popover(
-      new ExtensionPopover(controller, *std::move(interface)));
+  std::unique_ptr<ExtensionPopover> popover(new ExtensionPopover(controller));
   const auto folder = interfaceFile.parent_path();
-  const auto loaded = popover->loadStyle(folder / styleFile)
+  const auto loaded = popover->loadInterface(interfaceFile)
+                          .and_then([&] { return popover->loadStyle(folder / styleFile); })
                           .and_then([&] { return popover->loadImages(folder); })
                           .and_then([&] { return popover->loadOutlets(); });
   if (!loaded) return tl::unexpected(loaded.error());
@@ -90,9 +76,8 @@ Expected<std::unique_ptr<ExtensionPopover>> ExtensionPopover::load(
   return popover;
 }
 
-ExtensionPopover::ExtensionPopover(SafariExtensionViewController& controller,
-                                   InterfaceFile interface)
-    : controller_(controller), interface_(std::move(interface)) {
+ExtensionPopover::ExtensionPopover(SafariExtensionViewController& controller)
+    : controller_(controller) {
   popover_.add_css_class(styleClass);
   if (!popover_.get_display()->is_composited()) {
     popover_.add_css_class(opaqueClass);
@@ -105,6 +90,28 @@ ExtensionPopover::~ExtensionPopover() {
   if (parent_ != nullptr) loseParent();
   firstResponderShown_.disconnect();
   Gtk::StyleContext::remove_provider_for_display(popover_.get_display(), style_);
+}
+
+Expected<void> ExtensionPopover::loadInterface(const std::filesystem::path& file) {
+  auto& c = controller_;
+  auto interface =
+      InterfaceFile::load(file, {{"pause:", [&c] { c.pause(); }},
+                                 {"whitelist:", [&c] { c.whitelist(); }},
+                                 {"makeHttps:", [&c] { c.makeHttps(); }},
+                                 {"enableHideElementMode:", [&c] { c.enableHideElementMode(); }},
+                                 {"leaveFeedback:", [&c] { c.leaveFeedback(); }},
+                                 {"sendReport:", [&c] { c.sendReport(c.sendButton); }},
+                                 {"switchStackViews", [&c] { c.switchStackViews(); }},
+                                 {"sendEmailAction:",
+                                  [this] {
+                                    // It would lie over the alert, which nobody could press then.
+                                    close();
+                                    controller_.sendEmailAction();
+                                  }},
+                                 {"launchAppAction:", [&c] { c.launchAppAction(); }}});
+  if (!interface) return tl::unexpected(interface.error());
+  interface_ = *std::move(interface);
+  return {};
 }
 
 Expected<void> ExtensionPopover::loadStyle(const std::filesystem::path& file) {
@@ -122,14 +129,14 @@ Expected<void> ExtensionPopover::loadStyle(const std::filesystem::path& file) {
 }
 
 Expected<void> ExtensionPopover::loadImages(const std::filesystem::path& folder) {
-  const auto image = interface_.widget<Gtk::Image>("productImage");
+  const auto image = interface_->widget<Gtk::Image>("productImage");
   if (!image) return tl::unexpected(image.error());
   setScalableImage(**image, folder / productImageFile, productImageSize);
   return {};
 }
 
 Expected<void> ExtensionPopover::loadOutlets() {
-  OutletLoader outlets(interface_, outlets_);
+  OutletLoader outlets(*interface_, outlets_);
   auto& c = controller_;
   auto* icon = outlets.load<ViewMirror, Gtk::Widget>("iconContainer", c.iconContainer);
   outlets.load<ButtonMirror, Gtk::Button>("blockerButton", c.blockerButton);

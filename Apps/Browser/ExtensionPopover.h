@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <map>
 #include <memory>
-#include <vector>
+#include <optional>
 
 #include <gtkmm/cssprovider.h>
 #include <gtkmm/popover.h>
@@ -47,8 +47,9 @@ class ExtensionPopover final : public NSWindow, public sigc::trackable {
   using Outlets = std::map<const NSView*, Outlet>;
   class OutletLoader;
 
-  ExtensionPopover(SafariExtensionViewController& controller, InterfaceFile interface);
+  explicit ExtensionPopover(SafariExtensionViewController& controller);
 
+  Expected<void> loadInterface(const std::filesystem::path& file);
   Expected<void> loadStyle(const std::filesystem::path& file);
   Expected<void> loadOutlets();
   Expected<void> loadImages(const std::filesystem::path& folder);
@@ -59,7 +60,7 @@ class ExtensionPopover final : public NSWindow, public sigc::trackable {
   void forgetWindow();
 
   SafariExtensionViewController& controller_;
-  InterfaceFile interface_;
+  std::optional<InterfaceFile> interface_;
   Glib::RefPtr<Gtk::CssProvider> style_ = Gtk::CssProvider::create();
   Gtk::Widget* parent_ = nullptr;
   Gtk::Popover popover_;

@@ -17,6 +17,11 @@ std::chrono::microseconds timeOf(const Gdk::FrameClock& clock) {
 
 }  // namespace
 
+// A widget that leaves the screen has no frames any more.
+OpacityAnimation::OpacityAnimation(Gtk::Widget& widget) : widget_(widget) {
+  widget.signal_unmap().connect(sigc::mem_fun(*this, &OpacityAnimation::finish));
+}
+
 void OpacityAnimation::go(double opacity, std::chrono::milliseconds duration) {
   stop();
   if (duration <= duration.zero() || !canAnimate()) {
@@ -50,6 +55,12 @@ bool OpacityAnimation::tick(const Glib::RefPtr<Gdk::FrameClock>& clock) {
 
 void OpacityAnimation::stop() {
   if (callback_ != 0) widget_.remove_tick_callback(std::exchange(callback_, 0));
+}
+
+void OpacityAnimation::finish() {
+  if (callback_ == 0) return;
+  stop();
+  widget_.set_opacity(to_);
 }
 
 }  // namespace orvane

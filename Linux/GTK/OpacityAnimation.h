@@ -4,14 +4,15 @@
 
 #include <gdkmm/frameclock.h>
 #include <gtkmm/widget.h>
+#include <sigc++/trackable.h>
 
 namespace orvane {
 
 /// Brings a widget from one opacity to another. Main queue.
-class OpacityAnimation {
+class OpacityAnimation : public sigc::trackable {
  public:
   /// `widget` outlives the animation.
-  explicit OpacityAnimation(Gtk::Widget& widget) : widget_(widget) {}
+  explicit OpacityAnimation(Gtk::Widget& widget);
   OpacityAnimation(const OpacityAnimation&) = delete;
   OpacityAnimation& operator=(const OpacityAnimation&) = delete;
   /// The widget keeps the opacity that it has come to.
@@ -24,6 +25,7 @@ class OpacityAnimation {
  private:
   bool tick(const Glib::RefPtr<Gdk::FrameClock>& clock);
   void stop();
+  void finish();
   bool canAnimate() const;
 
   Gtk::Widget& widget_;

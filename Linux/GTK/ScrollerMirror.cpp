@@ -71,7 +71,7 @@ void ScrollerMirror::draw(const Cairo::RefPtr<Cairo::Context>& cairo, int width,
 
 void ScrollerMirror::beginDrag(double /*x*/, double y) {
   const NSRect knob = view_.rectForKnob();
-  grip_.reset();
+  heldKnobTop_.reset();
   if (knob.height <= 0) return;
   const double page = adjustment_->get_page_increment();
   if (y < knob.y) {
@@ -79,16 +79,12 @@ void ScrollerMirror::beginDrag(double /*x*/, double y) {
   } else if (y >= knob.y + knob.height) {
     adjustment_->set_value(adjustment_->get_value() + page);
   } else {
-    grip_ = y - knob.y;
+    heldKnobTop_ = knob.y;
   }
 }
 
-void ScrollerMirror::drag(double /*x*/, double y) {
-  if (!grip_) return;
-  double startX = 0;
-  double startY = 0;
-  gesture_->get_start_point(startX, startY);
-  view_.setDoubleValue(view_.valueForKnobAt(startY + y - *grip_));
+void ScrollerMirror::drag(double /*x*/, double moved) {
+  if (heldKnobTop_) view_.setDoubleValue(view_.valueForKnobAt(*heldKnobTop_ + moved));
 }
 
 bool ScrollerMirror::turnWheel(double /*x*/, double y) {

@@ -27,7 +27,7 @@ class ScrollerMirror final : public ViewMirror {
   void takeSize(int width, int height);
   void draw(const Cairo::RefPtr<Cairo::Context>& cairo, int width, int height);
   void beginDrag(double x, double y);
-  void drag(double x, double y);
+  void drag(double x, double moved);
   bool turnWheel(double x, double y);
   /// How far the adjustment's value can go.
   double way() const;
@@ -37,8 +37,8 @@ class ScrollerMirror final : public ViewMirror {
   Glib::RefPtr<Gtk::Adjustment> adjustment_;
   Glib::RefPtr<Gtk::GestureDrag> gesture_ = Gtk::GestureDrag::create();
   Glib::RefPtr<Gtk::EventControllerScroll> wheel_ = Gtk::EventControllerScroll::create();
-  /// Where the knob is held, from its top; absent while it is not.
-  std::optional<double> grip_;
+  /// Where the knob was when the user took hold of it; absent after a press beside it.
+  std::optional<double> heldKnobTop_;
   bool isTaking_ = false;
 };
 
