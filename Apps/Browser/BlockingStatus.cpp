@@ -62,7 +62,7 @@ BlockingStatus blockingStatus(const BlockingFacts& facts) {
   if (!facts.isListInForce) return status;
   // The number is of the list that was tried last, which after an error is not the one in force.
   if (facts.rules && facts.companionError.empty() && !facts.isPaused) {
-    status.rules = *facts.rules == 1 ? "1 rule" : grouped(*facts.rules) + " rules";
+    status.rules = grouped(*facts.rules);
   }
   status.compiled = facts.compiled;
   return status;

@@ -51,10 +51,11 @@ Browser::Browser(const BrowserOptions& options, LineOutput& systemLog, std::func
       host_{application_, runAlertModal_, processInfo_},
       extension_(platform_, host_),
       engine_(options, machine_.directories()),
-      contentBlocking_(machine_, platform_, extension_.process(), engine_.contentManager(), [] {}),
+      contentBlocking_(machine_, platform_, extension_.process(), engine_.contentManager(),
+                       [this] { blockingChanged(); }),
       window_(platform_, engine_, extension_.handler(),
               {.closed = std::move(closed),
-               .settingsRequested = [] {},
+               .settingsRequested = [this] { openSettings(); },
                .messageToPage =
                    [this](Tab& tab, std::string_view message) {
                      if (pageScript_) pageScript_->dispatch(tab.view(), tab.token(), message);
@@ -76,6 +77,19 @@ Browser::Browser(const BrowserOptions& options, LineOutput& systemLog, std::func
 }
 
 Browser::~Browser() { application_.removeWindow(); }
+
+void Browser::openSettings() {
+  if (!settings_) {
+    settings_ = std::make_unique<SettingsWindow>(
+        window_.window(), [this](bool enabled) { return contentBlocking_.setEnabled(enabled); });
+  }
+  settings_->update(contentBlocking_.facts());
+  settings_->present();
+}
+
+void Browser::blockingChanged() {
+  if (settings_) settings_->update(contentBlocking_.facts());
+}
 
 void Browser::loadPageScript() {
   auto loaded =

@@ -9,6 +9,7 @@
 #include "Apps/Browser/ContentBlocking.h"
 #include "Apps/Browser/ExtensionApplication.h"
 #include "Apps/Browser/ExtensionPopover.h"
+#include "Apps/Browser/SettingsWindow.h"
 #include "Apps/Browser/WebEngine.h"
 #include "Linux/LinuxPlatform.h"
 #include "Linux/WebKitGTK/PageScript.h"
@@ -32,9 +33,13 @@ class Browser {
   WebEngine& engine() { return engine_; }
   ContentBlocking& contentBlocking() { return contentBlocking_; }
   ExtensionProcess& extension() { return extension_; }
+  /// Null until the user has wanted to see it.
+  SettingsWindow* settings() { return settings_.get(); }
 
  private:
   void openPopover();
+  void openSettings();
+  void blockingChanged();
   void loadPageScript();
   void messageArrived(const PageScript::Message& message);
 
@@ -51,6 +56,7 @@ class Browser {
   BrowserWindow window_;
   std::unique_ptr<PageScript> pageScript_;
   std::unique_ptr<ExtensionPopover> popover_;
+  std::unique_ptr<SettingsWindow> settings_;
   std::unique_ptr<NSUserDefaults::Observation> pauseObservation_;
 };
 

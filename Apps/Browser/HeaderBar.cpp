@@ -47,10 +47,24 @@ HeaderBar::HeaderBar(AddressEntry& address, ToolbarItem& toolbarItem, const Obse
   menu_.set_tooltip_text("Menu (F10)");
   menu_.set_primary(true);
   setAccessibleLabel(menu_, "Menu");
-  for (auto* button : {&back_, &forward_, &reload_}) pack_start(*button);
-  set_title_widget(address);
-  pack_end(menu_);
-  pack_end(toolbarItem);
+  menu_.set_has_frame(false);
+  toolbarItem.set_has_frame(false);
+  address.set_valign(Gtk::Align::CENTER);
+  // As the title alone the address would have the same room on both sides.
+  box_.add_css_class("controls");
+  for (auto* controls : {&startControls_, &endControls_}) {
+    controls->set_visible(!controls->get_empty());
+    controls->property_empty().signal_changed().connect(
+        [controls] { controls->set_visible(!controls->get_empty()); });
+  }
+  box_.set_hexpand(true);
+  for (Gtk::Widget* widget :
+       std::initializer_list<Gtk::Widget*>{&startControls_, &back_, &forward_, &reload_, &address,
+                                           &toolbarItem, &menu_, &endControls_}) {
+    box_.append(*widget);
+  }
+  set_show_title_buttons(false);
+  set_title_widget(box_);
 }
 
 void HeaderBar::update(const Tab& tab) {

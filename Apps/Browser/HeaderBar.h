@@ -25,6 +25,9 @@ class HeaderBar final : public Gtk::HeaderBar {
   void openMenu() { menu_.popup(); }
 
  private:
+  Gtk::Box box_;
+  Gtk::WindowControls startControls_{Gtk::PackType::START};
+  Gtk::WindowControls endControls_{Gtk::PackType::END};
   Gtk::Button back_;
   Gtk::Button forward_;
   Gtk::Button reload_;

@@ -6,6 +6,7 @@ namespace orvane {
 namespace {
 
 constexpr const char* style = R"(
+.controls { border-spacing: 4px; }
 .notice { background-color: @theme_bg_color; }
 .notice-title { font-size: 170%; font-weight: 800; }
 .notice-button { padding: 8px 24px; border-radius: 999px; margin-top: 6px; }
@@ -14,6 +15,13 @@ constexpr const char* style = R"(
                background-color: mix(@theme_bg_color, @theme_selected_bg_color, 0.18); }
 .link-target { padding: 3px 8px; font-size: 90%; border-top-right-radius: 6px;
                background-color: @theme_bg_color; color: @theme_fg_color; }
+.settings { padding: 18px; }
+.settings-heading { font-weight: 800; }
+.settings-list { border-radius: 10px; border: 1px solid @borders; }
+.settings-list > row { padding: 0; }
+.settings-list > row:not(:first-child) { border-top: 1px solid @borders; }
+.settings-row { padding: 10px 14px; min-height: 28px; }
+.heading { font-weight: 700; }
 .badge { font-size: 8px; font-weight: 800; padding: 0 3px; border-radius: 4px;
          background-color: @error_color; color: white; }
 notebook.tabs > header { padding: 0 2px; }
