@@ -22,9 +22,10 @@ void drawFrame(Gtk::Widget& widget) {
 
 Picture Picture::of(Gtk::Widget& widget) {
   drawFrame(widget);
-  Picture picture(widget.get_width(), widget.get_height());
-  auto* snapshot = gtk_snapshot_new();
   auto* paintable = gtk_widget_paintable_new(widget.gobj());
+  Picture picture(gdk_paintable_get_intrinsic_width(paintable),
+                  gdk_paintable_get_intrinsic_height(paintable));
+  auto* snapshot = gtk_snapshot_new();
   gdk_paintable_snapshot(paintable, snapshot, picture.width_, picture.height_);
   g_object_unref(paintable);
   auto* node = gtk_snapshot_free_to_node(snapshot);
