@@ -43,8 +43,6 @@ void EntryMirror::showPlaceholder() {
                                      placeholder_->labelFontSize));
 }
 
-void EntryMirror::takeText() {
-  view_.setStringValue(entry_.get_text());
-}
+void EntryMirror::takeText() { view_.setStringValue(entry_.get_text()); }
 
 }  // namespace orvane

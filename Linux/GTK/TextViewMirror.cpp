@@ -23,8 +23,6 @@ void TextViewMirror::showContent() {
   textView_.set_bottom_margin(ends);
 }
 
-void TextViewMirror::takeText() {
-  view_.setString(textView_.get_buffer()->get_text());
-}
+void TextViewMirror::takeText() { view_.setString(textView_.get_buffer()->get_text()); }
 
 }  // namespace orvane
