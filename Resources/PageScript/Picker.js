@@ -82,11 +82,14 @@
     }
 
     handlePointer(event) {
-      if (event.type === "pointermove" || event.type === "pointerdown") {
+      const isPress = event.type === "pointerdown" || event.type === "mousedown";
+      if (event.type === "pointermove" || isPress) {
         this.#pointer = { x: event.clientX, y: event.clientY };
       }
       if (event.type === "pointermove") this.#update();
-      if (event.type === "pointerdown" && event.button === 0) {
+      // After a context menu the browser takes the other button for held, and tells of the press of
+      // the mouse only.
+      if (isPress && event.button === 0) {
         this.#lookUnderPointer();
         this.#pressed = { choice: this.#choice, ...this.#pointer };
       }
