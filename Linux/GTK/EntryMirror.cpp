@@ -29,7 +29,7 @@ EntryMirror::EntryMirror(NSTextField& view, Gtk::Entry& entry)
 
 void EntryMirror::showContent() {
   const Glib::ustring text = view_.stringValue();
-  if (entry_.get_text() != text) entry_.set_text(text);
+  if (entry_.get_text().raw() != text.raw()) entry_.set_text(text);
   showPlaceholder();
 }
 

@@ -13,7 +13,7 @@ TextViewMirror::TextViewMirror(NSTextView& view, Gtk::TextView& textView)
 void TextViewMirror::showContent() {
   const auto buffer = textView_.get_buffer();
   const Glib::ustring text = view_.string();
-  if (buffer->get_text() != text) buffer->set_text(text);
+  if (buffer->get_text().raw() != text.raw()) buffer->set_text(text);
   const auto inset = view_.textContainerInset();
   const int sides = static_cast<int>(std::lround(inset.width));
   const int ends = static_cast<int>(std::lround(inset.height));
