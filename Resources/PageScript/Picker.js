@@ -39,11 +39,15 @@
 
   const isModified = (event) => event.ctrlKey || event.altKey || event.metaKey || event.shiftKey;
 
-  /** Whole pages are not offered, and of a drawing only all of it. */
+  /**
+   * Whole pages are not offered, nor the frames of a frame set, which the browser shows whatever a
+   * rule says. Of a drawing only all of it is offered.
+   */
   function pickable(element) {
     let found = element;
     while (found instanceof SVGElement && dom.svgAround(found)) found = dom.svgAround(found);
-    return found && found !== dom.body() && found !== dom.root() ? found : null;
+    if (!found || found === dom.body() || found === dom.root()) return null;
+    return found instanceof HTMLFrameElement || found instanceof HTMLFrameSetElement ? null : found;
   }
 
   /** One run of the mode, from its start to the pick or to the end without one. */
@@ -250,9 +254,10 @@
   const onWheel = whenTrusted((event) => picking.scroll(event));
   const redraw = () => picking.redraw();
   const leave = () => picking?.end();
-  const leaveWhenHidden = () => {
+  const onPageHide = whenTrusted(leave);
+  const onVisibilityChange = whenTrusted(() => {
     if (dom.isHidden()) leave();
-  };
+  });
 
   /** Before the page has any listener, so that it hears of nothing that these keep to them. */
   function listen() {
@@ -263,8 +268,8 @@
     add(touchEvents, onTouch, { passive: true });
     add(keyEvents, onKey);
     add(hostEvents, onHostEvent);
-    add(["pagehide"], leave);
-    add(["visibilitychange"], leaveWhenHidden);
+    add(["pagehide"], onPageHide);
+    add(["visibilitychange"], onVisibilityChange);
   }
 
   /** Only in the mode, because the browser scrolls more slowly with such listeners. */

@@ -30,7 +30,7 @@ constexpr const char* spy = R"js("use strict";
     return test.overlay;
   };
   const note = (event) => {
-    test.pointer = `${event.clientX} ${event.clientY}`;
+    if (event.isTrusted) test.pointer = `${event.clientX} ${event.clientY}`;
   };
   addEventListener("pointermove", note, true);
 }
@@ -56,10 +56,10 @@ WebKitNetworkSession* networkThrough(const std::string& proxyURL) {
   return network;
 }
 
-void addSpy(WebKitUserContentManager* contentManager) {
-  auto* script = webkit_user_script_new_for_world(spy, WEBKIT_USER_CONTENT_INJECT_TOP_FRAME,
-                                                  WEBKIT_USER_SCRIPT_INJECT_AT_DOCUMENT_START,
-                                                  "orvane", nullptr, nullptr);
+void addEarlyScript(WebKitUserContentManager* contentManager, const std::string& source) {
+  auto* script = webkit_user_script_new_for_world(
+      source.c_str(), WEBKIT_USER_CONTENT_INJECT_TOP_FRAME,
+      WEBKIT_USER_SCRIPT_INJECT_AT_DOCUMENT_START, "orvane", nullptr, nullptr);
   webkit_user_content_manager_add_script(contentManager, script);
   webkit_user_script_unref(script);
 }
@@ -80,7 +80,7 @@ std::filesystem::path scriptFolder() {
   return programFolder().parent_path() / "share" / "orvane" / "PageScript";
 }
 
-ScriptedView::ScriptedView()
+ScriptedView::ScriptedView(const std::string& early)
     : folder_(TemporaryFolder::make().value()),
       proxy_(LoopbackProxy::start().value()),
       contentManager_(webkit_user_content_manager_new()) {
@@ -89,7 +89,8 @@ ScriptedView::ScriptedView()
     std::abort();
   }
   network_.reset(networkThrough(proxy_->url()));
-  addSpy(contentManager_.get());
+  addEarlyScript(contentManager_.get(), spy);
+  addEarlyScript(contentManager_.get(), early);
   script_ = PageScript::load(scriptFolder(), contentManager_.get(), [this](auto message) {
               messages_.push_back(std::move(message));
             }).value();
@@ -210,8 +211,8 @@ std::vector<std::string> ScriptedView::boxes() {
 void ScriptedView::hover(const std::string& element) {
   const auto place = value(fmt::format(R"js((() => {{
     const element = {};
-    element.scrollIntoView({{ block: "nearest" }});
-    const {{ left, top, width, height }} = element.getBoundingClientRect();
+    Element.prototype.scrollIntoView.call(element, {{ block: "nearest" }});
+    const {{ left, top, width, height }} = Element.prototype.getBoundingClientRect.call(element);
     return Math.round(left + width / 2) * 10000 + Math.round(top + height / 2);
   }})())js",
                                        element));
@@ -221,8 +222,11 @@ void ScriptedView::hover(const std::string& element) {
 }
 
 void ScriptedView::hoverAt(int x, int y) {
-  input({"mousemove", std::to_string(x + 2), std::to_string(y), "mousemove", std::to_string(x),
-         std::to_string(y)});
+  const auto onScreen = [this](int coordinate) {
+    return fmt::format("{:.0f}", coordinate * webkit_web_view_get_zoom_level(view_));
+  };
+  // A pointer that is there already would not move.
+  input({"mousemove", onScreen(x + 2), onScreen(y), "mousemove", onScreen(x), onScreen(y)});
   EXPECT_TRUE(becomes(fmt::format("test.pointer === '{} {}'", x, y), World::Script));
   run("await new Promise(requestAnimationFrame); await new Promise(requestAnimationFrame);",
       World::Script);

@@ -23,7 +23,8 @@ class ScriptedView {
   /// world where neither of them can disturb it.
   enum class World { Page, Script, Test };
 
-  ScriptedView();
+  /// `early` runs in the world of the page script, before it.
+  explicit ScriptedView(const std::string& early = "");
   ScriptedView(const ScriptedView&) = delete;
   ScriptedView& operator=(const ScriptedView&) = delete;
   ~ScriptedView();
