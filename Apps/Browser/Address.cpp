@@ -119,10 +119,8 @@ std::optional<std::string> hostURL(std::string_view text) {
   const auto host = lowerCase(authority.host);
   const bool isNear = isNumericAddress(host) || host == "localhost" || host.ends_with(".localhost");
   const bool isOneWord = !isNear && labelsOf(host) == 1;
-  // A single word is a host only if nothing else can be meant.
-  if (isOneWord && authority.port.empty() && !text.substr(name.size()).starts_with('/')) {
-    return std::nullopt;
-  }
+  // A single word may be anything, and with a number behind it a telephone's.
+  if (isOneWord && !text.substr(name.size()).starts_with('/')) return std::nullopt;
   // Machines nearby seldom have a certificate.
   return (isNear || isOneWord ? "http://" : "https://") + withoutBlanks(text);
 }

@@ -65,12 +65,13 @@ FindBar::FindBar(WebKitWebView* view, std::function<void()> closed)
 
 FindBar::~FindBar() { g_signal_handlers_disconnect_by_data(controller_, this); }
 
+/// A match that is found now would take the selection from the entry, so that what is typed next
+/// would not take the place of the text that is there.
 void FindBar::open() {
   set_visible(true);
   set_reveal_child(true);
   entry_.grab_focus();
   entry_.select_region(0, -1);
-  find();
 }
 
 void FindBar::close() {
@@ -78,20 +79,29 @@ void FindBar::close() {
   set_reveal_child(false);
   set_visible(false);
   webkit_find_controller_search_finish(controller_);
+  hasSearched_ = false;
+  show("", false);
   closed_();
 }
 
 void FindBar::find() {
   show("", false);
   const auto text = entry_.get_text();
+  hasSearched_ = !text.empty();
   if (text.empty()) return webkit_find_controller_search_finish(controller_);
   webkit_find_controller_search(controller_, text.c_str(), options,
                                 std::numeric_limits<guint>::max());
 }
 
-void FindBar::findNext() { webkit_find_controller_search_next(controller_); }
+void FindBar::findNext() {
+  if (!hasSearched_) return find();
+  webkit_find_controller_search_next(controller_);
+}
 
-void FindBar::findPrevious() { webkit_find_controller_search_previous(controller_); }
+void FindBar::findPrevious() {
+  if (!hasSearched_) return find();
+  webkit_find_controller_search_previous(controller_);
+}
 
 void FindBar::show(const Glib::ustring& result, bool isMissing) {
   result_.set_text(result);

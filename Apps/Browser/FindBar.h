@@ -25,13 +25,14 @@ class FindBar final : public Gtk::Revealer {
   void findPrevious();
 
   Gtk::Entry& entry() { return entry_; }
-  Glib::ustring result() const { return result_.get_text(); }
+  std::string result() const { return result_.get_text(); }
 
  private:
   void find();
   void show(const Glib::ustring& result, bool isMissing);
 
   WebKitFindController* controller_;
+  bool hasSearched_ = false;
   std::function<void()> closed_;
   Gtk::Box box_;
   Gtk::Entry entry_;

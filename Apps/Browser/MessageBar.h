@@ -14,7 +14,7 @@ class MessageBar final : public Gtk::Revealer {
   void show(const std::string& message);
   void hide();
   /// Empty when there is none.
-  std::string message() const { return get_reveal_child() ? label_.get_text() : ""; }
+  std::string message() const { return get_reveal_child() ? label_.get_text().raw() : ""; }
 
  private:
   Gtk::Box box_;

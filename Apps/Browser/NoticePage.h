@@ -14,8 +14,8 @@ class NoticePage final : public Gtk::ScrolledWindow {
   explicit NoticePage(std::function<void()> pressed);
 
   void show(const Notice& notice);
-  const Glib::ustring title() const { return title_.get_text(); }
-  const Glib::ustring explanation() const { return explanation_.get_text(); }
+  std::string title() const { return title_.get_text(); }
+  std::string explanation() const { return explanation_.get_text(); }
   Gtk::Button& button() { return button_; }
 
  private:

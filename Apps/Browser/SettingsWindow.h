@@ -22,9 +22,9 @@ class SettingsWindow final : public Gtk::Window {
   void update(const BlockingFacts& facts);
 
   Gtk::Switch& contentBlocker() { return switch_; }
-  Glib::ustring title() const { return title_.get_text(); }
+  std::string title() const { return title_.get_text(); }
   /// What could not be done; empty when all could.
-  Glib::ustring problem() const { return problem_.get_visible() ? problem_.get_text() : ""; }
+  std::string problem() const { return problem_.get_visible() ? problem_.get_text().raw() : ""; }
 
  private:
   void addSwitchRow();

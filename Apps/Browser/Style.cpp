@@ -6,7 +6,9 @@ namespace orvane {
 namespace {
 
 constexpr const char* style = R"(
-.controls { border-spacing: 4px; }
+.controls { border-spacing: 3px; }
+.controls > button, .controls > menubutton > button { padding: 4px; min-width: 20px; }
+.controls > windowcontrols > button { min-width: 22px; padding: 4px; margin: 0; }
 .notice { background-color: @theme_bg_color; }
 .notice-title { font-size: 170%; font-weight: 800; }
 .notice-button { padding: 8px 24px; border-radius: 999px; margin-top: 6px; }

@@ -89,8 +89,7 @@ void Tab::connectSignals() {
     on(property, G_CALLBACK(+changed));
   }
   const auto moved = [](WebKitWebView*, GParamSpec*, gpointer data) {
-    tabOf(data).owner_.tabChanged(tabOf(data));
-    tabOf(data).owner_.pageChanged(tabOf(data));
+    tabOf(data).urlChanged();
   };
   on("notify::uri", G_CALLBACK(+moved));
   const auto loadChanged = [](WebKitWebView*, WebKitLoadEvent event, gpointer data) {
@@ -143,17 +142,11 @@ void Tab::connectSignals() {
   on("mouse-target-changed", G_CALLBACK(+pointed));
 }
 
-std::string Tab::url() const {
-  const char* url = webkit_web_view_get_uri(view_.get());
-  return url == nullptr ? "" : url;
-}
-
 std::string Tab::title() const {
   if (showsNotice()) return notice_.title();
   const char* title = webkit_web_view_get_title(view_.get());
   if (title != nullptr && *title != '\0') return title;
-  const auto address = url();
-  return address.empty() ? "New Tab" : address;
+  return url_.empty() ? "New Tab" : url_;
 }
 
 bool Tab::isSecure() const {
@@ -198,7 +191,16 @@ void Tab::resetZoom() { webkit_web_view_set_zoom_level(view_.get(), 1); }
 
 void Tab::sendToPage(std::string_view message) {
   if (!showsNotice()) return owner_.sendToPage(*this, message);
-  if (message == SafariExtensionHandler::reloadMessage && !url().empty()) reload();
+  if (message == SafariExtensionHandler::reloadMessage && !url_.empty()) reload();
+}
+
+/// The view of a web process that has ended has none.
+void Tab::urlChanged() {
+  const char* url = webkit_web_view_get_uri(view_.get());
+  if (url == nullptr || *url == '\0') return;
+  url_ = url;
+  owner_.tabChanged(*this);
+  owner_.pageChanged(*this);
 }
 
 void Tab::loadChanged(WebKitLoadEvent event) {

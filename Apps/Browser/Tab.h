@@ -49,13 +49,13 @@ class Tab {
   Gtk::Widget& widget() { return box_; }
   WebKitWebView* view() const { return view_.get(); }
   FindBar& findBar() { return findBar_; }
-  const NoticePage& notice() const { return notice_; }
+  NoticePage& notice() { return notice_; }
   const std::string& token() const { return token_; }
   const std::shared_ptr<ExtensionPage>& page() const { return page_; }
   const std::shared_ptr<SFSafariTab>& extensionTab() const { return extensionTab_; }
 
-  /// Empty until something is loaded.
-  std::string url() const;
+  /// Empty until something is loaded. A page that has stopped keeps its URL.
+  const std::string& url() const { return url_; }
   std::string title() const;
   double progress() const { return webkit_web_view_get_estimated_load_progress(view_.get()); }
   bool isLoading() const { return webkit_web_view_is_loading(view_.get()) != FALSE; }
@@ -86,6 +86,7 @@ class Tab {
  private:
   void connectSignals();
   void addContextMenuAction();
+  void urlChanged();
   void loadChanged(WebKitLoadEvent event);
   void loadFailed(const char* url, const GError& error);
   void showFailure(const char* url, const Notice& notice);
@@ -99,6 +100,7 @@ class Tab {
   GObjectPointer<WebKitWebView> view_;
   std::shared_ptr<ExtensionPage> page_;
   std::shared_ptr<SFSafariTab> extensionTab_;
+  std::string url_;
   Glib::RefPtr<Gio::SimpleAction> hideElement_;
   /// The document that stands behind a notice, so that the view is at the URL that failed, is being
   /// loaded.

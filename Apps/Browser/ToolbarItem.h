@@ -23,7 +23,7 @@ class ToolbarItem final : public Gtk::Button {
   /// Has the handler say later how the item is to look; several times before that count as one.
   void setNeedsValidation();
   void click();
-  Glib::ustring badge() const { return badge_.get_visible() ? badge_.get_text() : ""; }
+  std::string badge() const { return badge_.get_visible() ? badge_.get_text().raw() : ""; }
 
  private:
   void validate();

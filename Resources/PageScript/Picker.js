@@ -103,7 +103,7 @@
      */
     #press(event) {
       const shown = this.#choice;
-      const isMouse = event.pointerType === "mouse";
+      const isMouse = (event.pointerType ?? "mouse") === "mouse";
       if (this.#looksAgain || !isMouse) this.#lookUnderPointer();
       const isShown = isMouse || this.#choice === shown;
       this.#pressed = isShown ? { choice: this.#choice, ...this.#pointer } : null;

@@ -1,0 +1,66 @@
+#include <gmock/gmock.h>
+
+#include "Tests/Apps/Browser/BrowserFixture.h"
+
+namespace orvane::test {
+namespace {
+
+using ::testing::HasSubstr;
+
+class AddressEntry : public BrowserTest {};
+
+TEST_F(AddressEntry, hasTheKeyboardInAnEmptyTabAndOpensWhatIsTyped) {
+  serve("news.test", "/", "<title>News</title>");
+  start();
+  type("http://news.test/");
+  press("Return");
+  EXPECT_TRUE(becomes([&] { return isLoaded(front(), "http://news.test/"); }));
+}
+
+TEST_F(AddressEntry, opensHostsThroughHTTPS) {
+  serve("news.test", "/", "<title>News</title>");
+  start();
+  type("news.test");
+  press("Return");
+  EXPECT_TRUE(becomes([&] { return isLoaded(front(), "https://news.test/"); }));
+}
+
+TEST_F(AddressEntry, saysWhatIsNoAddress) {
+  start();
+  type("what is a ferry?");
+  press("Return");
+  EXPECT_TRUE(becomes([&] { return !window().message().message().empty(); }));
+  EXPECT_THAT(window().message().message(), HasSubstr("“what is a ferry?” is not an address."));
+  EXPECT_EQ(front().url(), "");
+  EXPECT_TRUE(proxy_->log().empty());
+}
+
+TEST_F(AddressEntry, selectsEverythingWhenTheKeyboardComes) {
+  serve("news.test", "/", "<title>News</title>");
+  startAt("http://news.test/");
+  press("ctrl+l");
+  const auto isAllSelected = [&] {
+    int start = 0;
+    int end = 0;
+    return window().address().get_selection_bounds(start, end) && start == 0 &&
+           end == static_cast<int>(window().address().get_text().size());
+  };
+  EXPECT_TRUE(becomes(isAllSelected));
+}
+
+TEST_F(AddressEntry, keepsWhatIsBeingTypedAndEscapeBringsTheURLBack) {
+  serve("news.test", "/", "<title>News</title>");
+  serve("news.test", "/later", "<title>Later</title>");
+  auto& tab = startAt("http://news.test/");
+  press("ctrl+l");
+  type("half a w");
+  ASSERT_TRUE(becomes([&] { return window().address().get_text() == "half a w"; }));
+  value(tab, "location = '/later'");
+  ASSERT_TRUE(becomes([&] { return isLoaded(tab, "http://news.test/later"); }));
+  EXPECT_EQ(window().address().get_text(), "half a w");
+  press("Escape");
+  EXPECT_TRUE(becomes([&] { return window().address().get_text() == "http://news.test/later"; }));
+}
+
+}  // namespace
+}  // namespace orvane::test
