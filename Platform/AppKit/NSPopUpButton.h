@@ -4,10 +4,10 @@
 
 namespace orvane {
 
-/// A choice of one of several items, which are named where the view is laid out.
+/// A choice of one of several items, which are named where the view is laid out. There are as many
+/// as the product knows, and one of them is always chosen.
 class NSPopUpButton : public NSView {
  public:
-  /// Of the chosen item; one always is.
   int indexOfSelectedItem() const { return selected_; }
   void selectItemAtIndex(int index) { change(selected_, index); }
 

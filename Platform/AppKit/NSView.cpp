@@ -3,6 +3,7 @@
 namespace orvane {
 
 void NSView::setAlphaValue(double value, Duration duration) {
+  if (value == alphaValue_) return;
   alphaDuration_ = duration;
   change(alphaValue_, value);
 }

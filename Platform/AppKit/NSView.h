@@ -61,8 +61,8 @@ class NSView {
   /// Views stand in no table, so that none has a column.
   static constexpr std::ptrdiff_t accessibilityColumnIndex() { return NSNotFound; }
 
-  /// `changed` is called after every change of a value. Whoever mirrors the view takes it away
-  /// again, with an empty one.
+  /// `changed` is called after every change of a value that the screen shows. Whoever mirrors the
+  /// view takes it away again, with an empty one.
   void setMirror(std::function<void()> changed) { changed_ = std::move(changed); }
 
  protected:

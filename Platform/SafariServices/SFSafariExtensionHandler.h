@@ -33,7 +33,7 @@ class SFSafariExtensionHandler {
   virtual SFSafariExtensionViewController& popoverViewController() = 0;
   virtual void contextMenuItemSelectedWithCommand(std::string_view command, SFSafariPage& page,
                                                   const UserInfo& userInfo) = 0;
-  /// The page script of `page` has sent a message.
+  /// The page script of `page`, which is not null, has sent a message.
   virtual void messageReceivedWithName(std::string_view name, std::shared_ptr<SFSafariPage> page,
                                        const UserInfo& userInfo) = 0;
 };

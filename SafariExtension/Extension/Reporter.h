@@ -8,8 +8,9 @@
 
 namespace orvane {
 
-/// Whether the report was saved, and else why not.
+/// Whether the report was saved; if not, the error is there and says why.
 using ReportCompletion = std::function<void(bool success, const std::optional<NSError>& error)>;
+/// Posts a report without waiting for it; the completion is called once, on the main queue.
 using PostReport = std::function<void(const Report& report, ReportCompletion completion)>;
 
 /// Posts problem reports to the makers. So far it has no connection to them, so every report fails

@@ -71,7 +71,9 @@ void SafariExtensionHandler::contextMenuItemSelectedWithCommand(std::string_view
 }
 
 void SafariExtensionHandler::updateURLWith(SFSafariWindow& window) {
-  window.getActiveTabWithCompletionHandler([this, lifetime = std::weak_ptr(lifetime_)](
+  // Of two trackings the later one counts, whatever the order of the answers.
+  tracking_ = std::make_shared<char>();
+  window.getActiveTabWithCompletionHandler([this, lifetime = std::weak_ptr(tracking_)](
                                                const std::shared_ptr<SFSafariTab>& tab) {
     if (!tab || lifetime.expired()) return;
     tab->getActivePageWithCompletionHandler([this, lifetime](std::shared_ptr<SFSafariPage> page) {
@@ -85,7 +87,7 @@ void SafariExtensionHandler::track(std::shared_ptr<SFSafariPage> page) {
   pageToReload_ = page;
   if (!page) return;
   page->getPagePropertiesWithCompletionHandler(
-      [this, lifetime = std::weak_ptr(lifetime_)](
+      [this, lifetime = std::weak_ptr(tracking_)](
           const std::optional<SFSafariPageProperties>& properties) {
         if (lifetime.expired()) return;
         viewController_.setCurrentURL(properties ? properties->nullableURL() : std::nullopt);
@@ -136,14 +138,13 @@ void SafariExtensionHandler::observeValueForKeyPath(const std::optional<std::str
   if (keyPath != rawValue(Communication::Message::reloadTab)) return;
   auto page = pageToReload_ ? pageToReload_ : viewController_.page();
   if (!page) return;
-  platform_.mainQueue.postAfter(reloadDelay,
-                                [page = std::move(page), &viewController = viewController_,
-                                 lifetime = std::weak_ptr(lifetime_)] {
-                                  if (lifetime.expired()) return;
-                                  page->dispatchMessageToScriptWithName(reloadMessage);
-                                  if (auto* window = viewController.view().window())
-                                    window->close();
-                                });
+  // The page is reloaded and the popover closed even if there is no handler by then.
+  platform_.mainQueue.postAfter(
+      reloadDelay,
+      viewController_.whileAlive([page = std::move(page), &viewController = viewController_] {
+        page->dispatchMessageToScriptWithName(reloadMessage);
+        if (auto* window = viewController.view().window()) window->close();
+      }));
   pageToReload_.reset();
   viewController_.setPage(nullptr);
 }

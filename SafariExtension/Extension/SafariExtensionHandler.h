@@ -61,6 +61,8 @@ class SafariExtensionHandler final : public SFSafariExtensionHandler {
   std::shared_ptr<SFSafariPage> pageToReload_;
   std::unique_ptr<NSUserDefaults::Observation> observation_;
   std::shared_ptr<void> lifetime_ = std::make_shared<char>();
+  /// Expires when the handler ends and at the next tracking: older answers then do nothing.
+  std::shared_ptr<void> tracking_ = std::make_shared<char>();
 };
 
 }  // namespace orvane

@@ -175,19 +175,18 @@ void SafariExtensionViewController::switchStackViews() {
 }
 
 void SafariExtensionViewController::sendReport(NSButton& sender) {
+  const auto report = makeReport();
   sender.setEnabled(false);
   reportStatus.setStringValue("Sending...");
-  postReport_(makeReport(), [this, &sender, lifetime = std::weak_ptr(lifetime_)](
-                                bool success, const std::optional<NSError>& error) {
+  postReport_(report, [this, &sender, lifetime = std::weak_ptr(lifetime_)](
+                          bool success, const std::optional<NSError>& error) {
     if (!lifetime.expired()) reportPosted(sender, success, error);
   });
 }
 
 Report SafariExtensionViewController::makeReport() const {
-  const auto& types = RawValues<ReportType>::table;
-  const auto selected = static_cast<std::size_t>(reportReasonSelector.indexOfSelectedItem());
   const auto& version = host_.processInfo.operatingSystemVersion;
-  return {.type = types.at(selected).first,
+  return {.type = static_cast<ReportType>(reportReasonSelector.indexOfSelectedItem()),
           .url = currentURL_ ? *currentURL_ : *NSURL::fromString(webSiteAddress),
           .comment = reportComments.string(),
           .device = "Mac " + host_.processInfo.localizedHostName,

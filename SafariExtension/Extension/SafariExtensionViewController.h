@@ -54,12 +54,16 @@ class SafariExtensionViewController final : public SFSafariExtensionViewControll
   /// Opens a letter to the makers.
   void contactViaEmail();
 
+  /// `task`, to be run on the main queue unless the controller has ended by then.
+  Executor::Task whileAlive(Executor::Task task);
+
   // What the interface file binds controls to.
 
   void pause();
   void whitelist();
   void makeHttps();
   void enableHideElementMode();
+  /// `sender` lives as long as the controller.
   void sendReport(NSButton& sender);
   void leaveFeedback() { switchStackViews(); }
   /// The same after a word about it.
@@ -100,8 +104,6 @@ class SafariExtensionViewController final : public SFSafariExtensionViewControll
   void reportPosted(NSButton& sender, bool success, const std::optional<NSError>& error);
   void returnToMainPanel(NSButton& sender);
   void closePopover();
-  /// `task`, to be run on the main queue unless the controller has ended by then.
-  Executor::Task whileAlive(Executor::Task task);
 
   Platform& platform_;
   ExtensionHost& host_;

@@ -51,12 +51,15 @@ class RecordingPage final : public SFSafariPage {
   }
   void dispatchMessageToScriptWithName(std::string_view name) override {
     messages.emplace_back(name);
+    if (onMessage) onMessage();
   }
 
   std::optional<SFSafariPageProperties> properties;
   int queries = 0;
   /// The names of the messages to its script.
   std::vector<std::string> messages;
+  /// Called when a message has been sent to it.
+  std::function<void()> onMessage;
 
  private:
   Answers& answers_;

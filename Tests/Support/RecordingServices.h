@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <utility>
@@ -64,6 +65,7 @@ class RecordingWorkspace final : public NSWorkspace {
   };
 
   bool launchApp(std::string_view bundleIdentifier, NSWorkspaceLaunchOptions options) override {
+    if (onLaunch) onLaunch();
     launches.push_back({std::string(bundleIdentifier), options});
     return true;
   }
@@ -74,6 +76,8 @@ class RecordingWorkspace final : public NSWorkspace {
   }
 
   std::vector<Launch> launches;
+  /// Called when something is launched.
+  std::function<void()> onLaunch;
   std::vector<std::string> openedURLs;
 };
 

@@ -133,11 +133,14 @@ TEST_F(Scroller, FillsTheSlotByTheOperationOfTheContextHighlightedOrNot) {
 }
 
 TEST_F(Scroller, DrawsAKnobOfTheSameWidthWhateverItsRectangle) {
-  scroller.setSize({40, 1000});
   scroller.setKnobProportion(0.9);
   scroller.setDoubleValue(0);
-  scroller.drawKnob(&context);
-  EXPECT_THAT(context.drawn, ElementsAre("2,0 6x900 rounded by 3x3 rgb 143,144,154 alpha 1"));
+  for (const double width : {4.0, 40.0}) {
+    scroller.setSize({width, 1000});
+    scroller.drawKnob(&context);
+  }
+  const std::string knob = "2,0 6x900 rounded by 3x3 rgb 143,144,154 alpha 1";
+  EXPECT_THAT(context.drawn, ElementsAre(knob, knob));
 }
 
 TEST_F(Scroller, DrawsNoKnobWhereThereIsNothingToScroll) {
@@ -145,8 +148,6 @@ TEST_F(Scroller, DrawsNoKnobWhereThereIsNothingToScroll) {
   scroller.drawKnob(&context);
   EXPECT_THAT(context.drawn, IsEmpty());
 }
-
-TEST_F(Scroller, DrawsNothingWithoutAContext) { scroller.drawRect(nullptr, {0, 0, 10, 100}); }
 
 }  // namespace
 }  // namespace orvane::test

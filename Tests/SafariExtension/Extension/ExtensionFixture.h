@@ -27,6 +27,13 @@ class ExtensionTest : public ::testing::Test {
     return {};
   }
 
+  /// The browser's list is the companion's.
+  void TearDown() override {
+    EXPECT_FALSE(
+        machine.fileManager.fileExists(std::string(TestPlatform::container) + "/tmp.json"));
+    EXPECT_THAT(machine.contentBlockerManager.reloads, ::testing::IsEmpty());
+  }
+
   void settle() { machine.time.runUntilIdle(); }
   /// What went to the two logs is forgotten.
   void clearLogs() {

@@ -116,6 +116,26 @@ TEST_F(ReportPanel, CanBeSentAgainAfterAFailure) {
   EXPECT_EQ(popover.reportStatus.stringValue(), "Sending...");
 }
 
+TEST(EndedPopover, HearsOfNothingAnyMore) {
+  TestPlatform machine;
+  RecordingExtensionHost browser(*machine.mainQueue, "https://www.example.com/");
+  ReportCompletion answerReport;
+  Process process(machine.platform);
+  auto popover = std::make_unique<SafariExtensionViewController>(
+      machine.platform, browser.host, process.store(), process.defaults(), process.dataManager(),
+      process.perSiteRules(), [&](const Report& /*report*/, ReportCompletion completion) {
+        answerReport = std::move(completion);
+      });
+  popover->sendReport(popover->sendButton);
+  answerReport(true, std::nullopt);
+  popover->sendEmailAction();
+  popover.reset();
+  answerReport(true, std::nullopt);
+  EXPECT_TRUE(browser.alerts.dismissOne());
+  machine.time.advance(std::chrono::seconds(2));
+  EXPECT_THAT(machine.workspace.openedURLs, IsEmpty());
+}
+
 class Feedback : public ReportPanel {};
 
 TEST_F(Feedback, IsWelcomedByAnAlertBeforeTheLetterOpens) {

@@ -74,6 +74,8 @@ TEST(PostingAReport, FailsOnTheMainQueueAndSaysSo) {
   machine.time.runUntilIdle();
   EXPECT_EQ(answers, 1);
   ASSERT_TRUE(failure);
+  EXPECT_EQ(failure->localizedDescription,
+            "Reports cannot be sent yet. Please write us an e-mail instead.");
   EXPECT_THAT(machine.standardOutput.take(),
               ElementsAre("Error reporting: " + failure->localizedDescription));
 }

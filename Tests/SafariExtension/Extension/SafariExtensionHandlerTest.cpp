@@ -157,8 +157,11 @@ TEST_F(HandlerTest, ASignalClosesThePopoverAfterThePageHasItsMessage) {
   sendReloadTab();
   machine.time.advance(std::chrono::milliseconds(999));
   EXPECT_FALSE(window.isClosed);
+  bool wasClosedAtMessage = true;
+  browser.page->onMessage = [&] { wasClosedAtMessage = window.isClosed; };
   machine.time.advance(std::chrono::milliseconds(1));
   EXPECT_TRUE(window.isClosed);
+  EXPECT_FALSE(wasClosedAtMessage);
 }
 
 TEST_F(HandlerTest, ASignalIsForThePopoversPageWhenThereIsNoPageToReload) {
@@ -228,10 +231,54 @@ TEST_F(HandlerTest, OnlyTheSignalToTheExtensionIsObserved) {
   EXPECT_THAT(machine.systemLog.take(), IsEmpty());
 }
 
-TEST_F(HandlerTest, AHandlerThatHasEndedHearsNoSignalAndDoesNotReload) {
+TEST_F(HandlerTest, AHandlerThatHasEndedStillReloadsThePageThatItHasPromisedTo) {
   click();
   sendReloadTab();
+  handler_.reset();
+  machine.time.advance(std::chrono::seconds(1));
+  EXPECT_THAT(browser.page->messages, ElementsAre("reloadIfNeeded"));
+}
+
+TEST_F(HandlerTest, APageOfAnotherTabIsReloadedAsWell) {
+  click();
+  browser.tab->page = std::make_shared<RecordingPage>(browser.answers, "https://front.example/");
+  sendReloadTab();
+  machine.time.advance(std::chrono::seconds(1));
+  EXPECT_THAT(browser.page->messages, ElementsAre("reloadIfNeeded"));
+  EXPECT_THAT(browser.tab->page->messages, IsEmpty());
+}
+
+TEST_F(HandlerTest, ALateAnswerAboutAnEarlierPageDoesNotNameThePageInFront) {
+  const auto earlier = browser.page;
+  handler().updateURLWith(*browser.window);
+  machine.time.runOne();
   browser.answers.areHeldBack = true;
+  machine.time.runOne();
+  ASSERT_EQ(popover.page(), earlier);
+  browser.answers.areHeldBack = false;
+  browser.tab->page = std::make_shared<RecordingPage>(browser.answers, "https://front.example/");
+  click();
+  ASSERT_EQ(popover.currentURL()->host(), "front.example");
+  browser.answers.postAll();
+  settle();
+  EXPECT_EQ(popover.currentURL()->host(), "front.example");
+}
+
+TEST_F(HandlerTest, TitlesAreSetAgainWhenTheURLArrivesAfterThePopoverHasOpened) {
+  const auto rule =
+      companion.perSiteRules().whitelistRuleForDomains({"www.example.com"}, std::nullopt, "");
+  ASSERT_TRUE(companion.dataManager().addRule(*rule, "whitelist"));
+  auto& controller = handler().popoverViewController();
+  RecordingPopoverWindow window(controller.view());
+  controller.viewWillAppear();
+  EXPECT_EQ(popover.whitelistButton.title(), "✅ Add to Whitelist");
+  settle();
+  EXPECT_EQ(popover.whitelistButton.title(), "🚫 Remove from Whitelist");
+}
+
+TEST_F(HandlerTest, AHandlerThatHasEndedHearsNoSignalAndNoAnswer) {
+  browser.answers.areHeldBack = true;
+  static_cast<void>(handler().popoverViewController());
   handler().updateURLWith(*browser.window);
   handler_.reset();
   clearLogs();
@@ -279,13 +326,40 @@ TEST_F(PickedElement, BecomesARuleForTheSiteAndItsSubdomains) {
             (DomainFilter{DomainFilterType::IfDomain, {"*news.example.com"}}));
 }
 
-TEST_F(PickedElement, WakesTheCompanionAndTellsIt) {
-  int signals = 0;
-  const auto observation =
-      companion.defaults().addObserver("reloadRulesFromDisk", [&] { ++signals; });
+TEST_F(PickedElement, IsSavedThenTheCompanionIsToldAndThenWoken) {
+  std::size_t rulesAtLaunch = 0;
+  std::optional<PropertyListValue> signalAtLaunch;
+  machine.workspace.onLaunch = [&] {
+    rulesAtLaunch = rulesOnDisk(ConfigurablePackageType::HideElements).size();
+    signalAtLaunch = companion.defaults().object("reloadRulesFromDisk");
+    EXPECT_EQ(handler().pageToReload(), browser.page);
+  };
   pick(".ad");
-  EXPECT_EQ(signals, 1);
+  EXPECT_EQ(rulesAtLaunch, 1U);
+  EXPECT_TRUE(signalAtLaunch);
   EXPECT_THAT(machine.workspace.launches, ElementsAre(hiddenLaunch));
+}
+
+TEST_F(PickedElement, OnAMachineWithoutAPackageForItStillTellsAndWakesTheCompanion) {
+  ASSERT_TRUE(companion.store().writePackages(std::vector<Package>{{"whitelist", "Whitelist", {}}},
+                                              PackageType::ConfigurablePackages));
+  pick(".ad");
+  EXPECT_THAT(rulesOnDisk(ConfigurablePackageType::HideElements), IsEmpty());
+  EXPECT_TRUE(companion.defaults().object("reloadRulesFromDisk"));
+  EXPECT_THAT(machine.workspace.launches, ElementsAre(hiddenLaunch));
+  EXPECT_EQ(handler().pageToReload(), browser.page);
+}
+
+TEST_F(PickedElement, GoesIntoAPackageThatTheCompanionHasMadeMeanwhile) {
+  ASSERT_TRUE(companion.store().writePackages(std::vector<Package>{{"whitelist", "Whitelist", {}}},
+                                              PackageType::ConfigurablePackages));
+  ASSERT_EQ(process.dataManager().configurablePackage(ConfigurablePackageType::HideElements),
+            nullptr);
+  ASSERT_TRUE(companion.store().writePackages(
+      std::vector<Package>{{"whitelist", "Whitelist", {}}, {"hide-elements", "Hidden", {}}},
+      PackageType::ConfigurablePackages));
+  pick(".ad");
+  EXPECT_THAT(rulesOnDisk(ConfigurablePackageType::HideElements), SizeIs(1));
 }
 
 TEST_F(PickedElement, HasThePageThatSentItReloaded) {
@@ -415,7 +489,7 @@ TEST_F(PickedElement, WithAnySelectorTextIsKeptAsItIs) {
   EXPECT_EQ(rules[1].blocker.action.selector(), huge);
 }
 
-TEST_F(PickedElement, StaysOnOneShortLineOfTheLogWhateverItIs) {
+TEST_F(PickedElement, IsReceivedOnOneShortLineOfTheLogWhateverItIs) {
   pick("a\nb" + std::string(100'000, 'x'));
   const auto lines = machine.systemLog.take();
   ASSERT_THAT(lines, SizeIs(1));
@@ -423,7 +497,7 @@ TEST_F(PickedElement, StaysOnOneShortLineOfTheLogWhateverItIs) {
   EXPECT_LT(lines[0].size(), 1000U);
 }
 
-TEST_F(PickedElement, IsNotReloadedWhenTheHandlerHasEnded) {
+TEST_F(PickedElement, BecomesNoRuleWhenTheHandlerHasEnded) {
   browser.answers.areHeldBack = true;
   pick(".ad");
   handler_.reset();

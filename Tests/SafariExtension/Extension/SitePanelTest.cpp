@@ -155,17 +155,14 @@ TEST_F(SitePanel, MakingASiteHttpsOnlyTwiceAddsTheRuleAndRemovesIt) {
 
 TEST_F(SitePanel, AToggleSavesThenWakesTheCompanionAndThenTellsIt) {
   open();
-  int signals = 0;
-  std::vector<std::string> whitelistAtSignal;
-  const auto observation = companion.defaults().addObserver("reloadRulesFromDisk", [&] {
-    ++signals;
-    whitelistAtSignal = domains(ConfigurablePackageType::Whitelist);
-  });
+  machine.workspace.onLaunch = [&] {
+    EXPECT_THAT(domains(ConfigurablePackageType::Whitelist), ElementsAre("www.example.com"));
+    EXPECT_EQ(popover.whitelistButton.title(), remove);
+    EXPECT_EQ(companion.defaults().object("reloadRulesFromDisk"), std::nullopt);
+  };
   popover.whitelist();
   EXPECT_THAT(machine.workspace.launches, ElementsAre(hiddenLaunch));
-  settle();
-  EXPECT_EQ(signals, 1);
-  EXPECT_THAT(whitelistAtSignal, ElementsAre("www.example.com"));
+  EXPECT_TRUE(companion.defaults().object("reloadRulesFromDisk"));
   EXPECT_THAT(machine.standardOutput.take(), Contains("Sending reloadRulesFromDisk..."));
 }
 
@@ -219,6 +216,11 @@ TEST_F(SitePanel, WithAHostThatIsNoDomainTogglesChangeNothing) {
 
 TEST_F(SitePanel, PausingStoresItWakesTheCompanionAndUpdatesTheToolbar) {
   open();
+  machine.workspace.onLaunch = [&] {
+    EXPECT_TRUE(companion.defaults().boolForKey("paused"));
+    EXPECT_EQ(machine.suiteAtRisk.synchronizations, 1);
+    EXPECT_EQ(browser.application.toolbarUpdates, 0);
+  };
   popover.pause();
   EXPECT_TRUE(companion.defaults().boolForKey("paused"));
   EXPECT_EQ(popover.pauseButton.title(), "⚠️ Resume Blocking");
