@@ -1,5 +1,6 @@
 #include "Linux/WebKitGTK/PageScript.h"
 
+#include <array>
 #include <utility>
 
 #include "Linux/GLib/GLibError.h"
@@ -12,8 +13,8 @@ namespace {
 constexpr const char* worldName = "orvane";
 
 /// In the order in which they run: each uses what those before it have made.
-constexpr const char* fileNames[] = {"DOM.js",     "Names.js",  "Selector.js",
-                                     "Overlay.js", "Picker.js", "Messages.js"};
+constexpr std::array fileNames{"DOM.js",     "Names.js",  "Selector.js",
+                               "Overlay.js", "Picker.js", "Messages.js"};
 
 Expected<std::string> contentsOf(const std::filesystem::path& file) {
   gchar* contents = nullptr;

@@ -9,14 +9,13 @@
     webkit.messageHandlers.orvane.postMessage({ page, name, userInfo });
   }
 
-  const handlers = {
-    __proto__: null,
-    showSelector: () => orvane.startPicking((sel) => send("hideSelector", { sel })),
-    reloadIfNeeded: () => location.reload(),
-  };
+  const handlers = new Map([
+    ["showSelector", () => orvane.startPicking((sel) => send("hideSelector", { sel }))],
+    ["reloadIfNeeded", () => location.reload()],
+  ]);
 
   orvane.receive = (name, token) => {
     page = String(token);
-    handlers[name]?.();
+    handlers.get(name)?.();
   };
 }

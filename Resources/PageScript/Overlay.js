@@ -14,11 +14,7 @@
       all: initial !important;
       position: fixed !important;
       inset: 0 !important;
-      display: block !important;
       direction: ltr !important;
-      overflow: hidden !important;
-      outline: none !important;
-      z-index: 2147483647 !important;
       cursor: crosshair !important;
       color-scheme: light dark !important;
       --match: #c62828;

@@ -60,25 +60,28 @@
     #pointer = null;
     #frame = 0;
     #looksAgain = false;
+    #hasEnded = false;
     /** What was chosen when the button went down: that may close what is below before the click. */
     #pressed = null;
-    #timer = setInterval(() => this.redraw(), redrawInterval);
-    #watch = new MutationObserver(() => this.#endIfGone());
+    #timer = setInterval(() => this.#redraw(), redrawInterval);
 
     /** `finish` is told the selector that was picked, or null. */
     constructor(finish) {
       this.#finish = finish;
-      this.#watch.observe(dom.root(), { childList: true });
-      this.#watch.observe(document, { childList: true });
       this.#overlay.say("Point at what is to be hidden");
     }
 
     end(selector = null) {
+      this.#hasEnded = true;
       cancelAnimationFrame(this.#frame);
       clearInterval(this.#timer);
-      this.#watch.disconnect();
       this.#overlay.close();
       this.#finish(selector);
+    }
+
+    /** Without the overlay, which the page may remove, the user would pick without seeing it. */
+    endIfGone() {
+      if (!this.#overlay.isThere) this.end();
     }
 
     handlePointer(event) {
@@ -86,12 +89,21 @@
         this.#pointer = { x: event.clientX, y: event.clientY };
       }
       if (event.type === "pointermove") this.#update();
-      if (event.type === "pointerdown" && event.button === 0) {
-        this.#lookUnderPointer();
-        this.#pressed = { choice: this.#choice, ...this.#pointer };
-      }
+      if (event.type === "pointerdown" && event.button === 0) this.#press(event);
       // A click without a count comes from a key, on what has the focus.
       if (event.type === "click" && event.button === 0 && event.detail > 0) this.#click(event);
+    }
+
+    /**
+     * Nothing is picked that was not shown before: a finger comes without a movement, so the first
+     * tap shows and the second picks. After a movement the next frame would show it.
+     */
+    #press(event) {
+      const shown = this.#choice;
+      const isMouse = event.pointerType === "mouse";
+      if (this.#looksAgain || !isMouse) this.#lookUnderPointer();
+      const isShown = isMouse || this.#choice === shown;
+      this.#pressed = isShown ? { choice: this.#choice, ...this.#pointer } : null;
     }
 
     #click(event) {
@@ -109,13 +121,14 @@
       if (key === "Escape") this.end();
     }
 
-    /** The page moves under the boxes. */
-    redraw() {
-      this.#update({ sameElement: true });
+    /** The page has moved under the pointer. What the user has widened to stays chosen. */
+    follow() {
+      this.#update({ sameElement: this.#trail.length > 1 });
     }
 
     /** The window is covered, so what is below does not scroll by itself. */
     scroll(event) {
+      if (event.ctrlKey) return;
       this.#pointer = { x: event.clientX, y: event.clientY };
       for (let node = this.#elementUnderPointer(); node; node = dom.parent(node)) {
         if (dom.scrollHeight(node) <= dom.clientHeight(node)) continue;
@@ -127,10 +140,15 @@
       }
     }
 
+    #redraw() {
+      this.endIfGone();
+      this.#update({ sameElement: true });
+    }
+
     /** However often the pointer moves, the page is asked once a frame. */
     #update({ sameElement = false } = {}) {
       if (!sameElement) this.#looksAgain = true;
-      if (this.#frame !== 0) return;
+      if (this.#frame !== 0 || this.#hasEnded) return;
       this.#frame = requestAnimationFrame(() => {
         this.#frame = 0;
         if (this.#looksAgain) this.#lookUnderPointer();
@@ -148,7 +166,7 @@
       if (!this.#pointer) return;
       this.#overlay.keepClearOf(this.#pointer.x, this.#pointer.y);
       const element = pickable(this.#elementUnderPointer());
-      if (element === this.#trail[0]) return;
+      if (element === (this.#trail[0] ?? null)) return;
       this.#trail = element ? [element] : [];
       this.#choose();
     }
@@ -191,10 +209,6 @@
     #pick(choice) {
       if (choice) this.end(choice.selector);
     }
-
-    #endIfGone() {
-      if (!this.#overlay.isThere) this.end();
-    }
   }
 
   let picking = null;
@@ -217,6 +231,7 @@
   };
 
   const onPointer = whenTrusted((event) => {
+    picking?.endIfGone();
     if (picking) {
       block(event);
       if (event.type === "click") clickedAt = event.timeStamp;
@@ -231,6 +246,7 @@
   });
 
   const onKey = whenTrusted((event) => {
+    picking?.endIfGone();
     if (!picking) {
       if (event.code !== heldKey) return;
       if (event.type === "keydown" && !event.repeat) heldKey = null;
@@ -251,8 +267,8 @@
     if ([event.target, event.relatedTarget].some(Overlay.isHost)) swallow(event);
   });
 
-  const onWheel = whenTrusted((event) => picking.scroll(event));
-  const redraw = () => picking.redraw();
+  const onWheel = whenTrusted((event) => picking?.scroll(event));
+  const onMove = whenTrusted(() => picking?.follow());
   const leave = () => picking?.end();
   const onPageHide = whenTrusted(leave);
   const onVisibilityChange = whenTrusted(() => {
@@ -275,14 +291,14 @@
   /** Only in the mode, because the browser scrolls more slowly with such listeners. */
   function listenForMoves() {
     addEventListener("wheel", onWheel, { capture: true, passive: false });
-    addEventListener("scroll", redraw, { capture: true, passive: true });
-    addEventListener("resize", redraw, { passive: true });
+    addEventListener("scroll", onMove, { capture: true, passive: true });
+    addEventListener("resize", onMove, { passive: true });
   }
 
   function ignoreMoves() {
     removeEventListener("wheel", onWheel, { capture: true });
-    removeEventListener("scroll", redraw, { capture: true });
-    removeEventListener("resize", redraw);
+    removeEventListener("scroll", onMove, { capture: true });
+    removeEventListener("resize", onMove);
   }
 
   /**
@@ -293,12 +309,12 @@
     leave();
     if (!(dom.root() instanceof HTMLElement)) return;
     listen();
-    listenForMoves();
     picking = new Picking((selector) => {
       picking = null;
       ignoreMoves();
       if (selector !== null) picked(selector);
     });
+    listenForMoves();
   };
 
   listen();

@@ -170,8 +170,10 @@
       }
       const path = value.split(/[?#]/)[0];
       const folder = path.slice(0, path.lastIndexOf("/") + 1);
-      for (const start of [folder, path]) {
-        if (start.length < 4 || !names.isStable(start)) continue;
+      // Other folders hold all pictures of the site.
+      const isAdvertising = folder && names.isAdvertising(new URL(folder, dom.base()).pathname);
+      for (const start of isAdvertising ? [folder, path] : [path]) {
+        if (start.length < 4 || !names.isStable(start) || start === url.origin + "/") continue;
         yield { selector: `${tag}[${attribute}^=${quoted(start)}]`, name: start };
       }
     }

@@ -61,5 +61,9 @@ TEST_F(Installation, programFindsItsHelperAndItsPackages) {
   EXPECT_THAT(run.output, ::testing::HasSubstr("block-ads"));
 }
 
+TEST_F(Installation, browserFindsThePageScript) {
+  EXPECT_TRUE(std::filesystem::exists(installed(prefix + "/share/orvane/PageScript/Messages.js")));
+}
+
 }  // namespace
 }  // namespace orvane::test

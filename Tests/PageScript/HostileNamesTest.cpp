@@ -1,3 +1,5 @@
+#include <array>
+
 #include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -8,10 +10,8 @@
 namespace orvane::test {
 namespace {
 
-using World = ScriptedView::World;
-
 /// Names that no author would give. Each is the JavaScript expression of a string.
-constexpr const char* names[] = {
+constexpr std::array names{
     "'n'.repeat(100000)",
     "'quote \" and apostrophe \\''",
     "'line\\nline'",

@@ -8,8 +8,6 @@ namespace orvane::test {
 namespace {
 
 using ::testing::IsEmpty;
-using World = ScriptedView::World;
-
 constexpr const char* advert = R"html(<!doctype html><meta charset=utf-8>
   <div id=offer style="width: 300px; height: 100px">Buy</div>)html";
 constexpr const char* offer = "document.querySelector('#offer')";
@@ -71,6 +69,18 @@ TEST_F(HostilePage, shadowsWhatTheDocumentAndTheWindowInherit) {
   EXPECT_EQ(view.pick("Document.prototype.querySelector.call(document, '#offer')"), "#offer");
 }
 
+TEST_F(HostilePage, shadowsWhatAFormInherits) {
+  std::string html = "<!doctype html><body><form style='height: 100px'>";
+  for (const char* name : {"parentElement", "getAttribute", "getAttributeNames", "matches",
+                           "localName", "contains", "getBoundingClientRect", "isConnected",
+                           "scrollWidth", "scrollHeight", "clientHeight", "scrollBy", "remove"}) {
+    html += fmt::format("<input type=hidden name={}>", name);
+  }
+  view.show(html + "</form><p>Text");
+  EXPECT_EQ(view.value("document.forms[0].parentElement.name", World::Page), R"("parentElement")");
+  EXPECT_EQ(view.pick("document.querySelector('form')"), "body > form");
+}
+
 TEST_F(HostilePage, floodsTheWindowWithEventsAndMessages) {
   view.show(std::string(advert) + R"html(<script>
     setInterval(() => {
@@ -103,10 +113,13 @@ TEST_F(HostilePage, removesTheOverlayWheneverItComes) {
     EXPECT_TRUE(view.becomes("removed === " + std::to_string(attempt), World::Page));
     EXPECT_TRUE(view.ends());
   }
+  view.script().dispatch(view.view(), "page", "showSelector");
+  EXPECT_TRUE(view.becomes("removed === 4", World::Page));
+  view.run("addEventListener('click', () => { removed = 'clicked'; });", World::Page);
   view.hover(offer);
   view.click();
-  view.settle();
-  EXPECT_THAT(view.messages(), IsEmpty()) << "the mode has ended";
+  EXPECT_TRUE(view.becomes("removed === 'clicked'", World::Page)) << "the mode has ended";
+  EXPECT_THAT(view.messages(), IsEmpty());
 }
 
 TEST_F(HostilePage, changesTheOverlay) {
@@ -228,10 +241,14 @@ TEST_F(HostilePage, isPlainText) {
 }
 
 TEST_F(HostilePage, isAPicture) {
-  view.show(R"(<svg xmlns="http://www.w3.org/2000/svg"><rect width="90" height="90"/></svg>)",
-            "image/svg+xml", "http://news.test/picture.svg");
-  view.show("<!doctype html><img src='/picture.svg' width=90 height=90>");
-  EXPECT_EQ(view.pick("document.querySelector('img')"), R"(img[src^="/picture.svg"])");
+  const GObjectPointer<GdkPixbuf> picture(gdk_pixbuf_new(GDK_COLORSPACE_RGB, FALSE, 8, 90, 90));
+  gdk_pixbuf_fill(picture.get(), 0xc02020ff);
+  gchar* bytes = nullptr;
+  gsize size = 0;
+  ASSERT_TRUE(gdk_pixbuf_save_to_buffer(picture.get(), &bytes, &size, "png", nullptr, nullptr));
+  view.show(std::string(bytes, size), "image/png");
+  g_free(bytes);
+  EXPECT_EQ(view.pick("document.querySelector('img')"), "body > img");
 }
 
 TEST_F(HostilePage, isASetOfFramesThatNoRuleCanHide) {

@@ -9,8 +9,6 @@
 namespace orvane::test {
 namespace {
 
-using World = ScriptedView::World;
-
 /// Counts what the script asks of the page, and takes the time of each frame that it works in.
 constexpr const char* meter = R"js("use strict";
 {

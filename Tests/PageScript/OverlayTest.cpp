@@ -6,8 +6,6 @@
 namespace orvane::test {
 namespace {
 
-using World = ScriptedView::World;
-
 constexpr const char* page = R"html(<!doctype html><meta charset=utf-8>
   <div id=offer style="height: 100px">Buy</div>)html";
 
@@ -128,6 +126,16 @@ TEST_F(Overlay, isAboveEverythingOfThePage) {
             "true");
   view.hoverAt(500, 400);
   EXPECT_EQ(view.shownSelector(), "#popover");
+}
+
+TEST_F(Overlay, coversTheWindowOfAPageThatIsScrolled) {
+  view.show(std::string(page) + "<div style='height: 5000px'>");
+  view.run("scrollTo(0, 2000)");
+  view.startPicking();
+  EXPECT_EQ(view.value("(({ x, y, width, height }) => [x, y, width, height])"
+                       "(test.overlay.host.getBoundingClientRect())",
+                       World::Script),
+            "[0,0,1000,800]");
 }
 
 TEST_F(Overlay, boxCoversWhatAnElementWithoutABoxOfItsOwnHolds) {

@@ -1,3 +1,4 @@
+#include <array>
 #include <filesystem>
 #include <fstream>
 
@@ -12,10 +13,9 @@ namespace orvane::test {
 namespace {
 
 using ::testing::IsEmpty;
-using World = ScriptedView::World;
 
-constexpr const char* fileNames[] = {"DOM.js",     "Names.js",  "Selector.js",
-                                     "Overlay.js", "Picker.js", "Messages.js"};
+constexpr std::array fileNames{"DOM.js",     "Names.js",  "Selector.js",
+                               "Overlay.js", "Picker.js", "Messages.js"};
 
 TEST(PageScriptFiles, areAllNeeded) {
   const GObjectPointer<WebKitUserContentManager> contentManager(webkit_user_content_manager_new());
@@ -148,12 +148,30 @@ TEST_F(PageScriptMessages, toAViewWithoutAPageDoNoHarm) {
   EXPECT_EQ(view.pick("document.querySelector('#offer')"), "#offer");
 }
 
-TEST_F(PageScriptMessages, goToTheViewThatIsMeantAndTellWhichPageAnswers) {
-  ScriptedView other;
-  other.show("<!doctype html><p id=other>Other");
+TEST_F(PageScriptMessages, ofViewsThatShareAContentManagerTellThePageTheyComeFrom) {
+  auto* second = WEBKIT_WEB_VIEW(g_object_new(
+      WEBKIT_TYPE_WEB_VIEW, "network-session", webkit_web_view_get_network_session(view.view()),
+      "user-content-manager", view.contentManager(), nullptr));
+  // It covers the first one.
+  auto* window = GTK_WINDOW(gtk_window_new());
+  gtk_window_set_decorated(window, FALSE);
+  gtk_window_set_default_size(window, 1000, 800);
+  gtk_window_set_child(window, GTK_WIDGET(second));
+  gtk_window_present(window);
+  view.waitForLoad(second, [&] { webkit_web_view_load_uri(second, "http://news.test/"); });
+
   view.startPicking();
-  other.settle();
-  EXPECT_FALSE(other.isPicking());
+  view.script().dispatch(second, "second", "showSelector");
+  EXPECT_TRUE(becomesIn(second, "test.overlay?.host.isConnected === true", World::Script));
+  EXPECT_TRUE(view.isPicking());
+  view.input({"mousemove", "100", "25", "mousemove", "102", "25"});
+  EXPECT_TRUE(becomesIn(second, "test.overlay.querySelector('.selector').textContent === '#offer'",
+                        World::Script));
+  view.click();
+  ASSERT_TRUE(view.hears(1));
+  EXPECT_EQ(view.messages()[0].page, "second");
+  EXPECT_TRUE(view.isPicking()) << "the first view was not meant";
+  gtk_window_destroy(window);
 }
 
 }  // namespace

@@ -66,7 +66,7 @@ TEST_F(PickingMode, arrowsWidenBelowTheBodyAndNarrowBackToThePointer) {
   view.press("Up");
   const auto selector = "test.overlay.querySelector('.selector').textContent";
   const auto becomes = [&](const std::string& text) {
-    return view.becomes(std::string(selector) + " === '" + text + "'", ScriptedView::World::Script);
+    return view.becomes(std::string(selector) + " === '" + text + "'", World::Script);
   };
   EXPECT_TRUE(becomes("#story"));
   view.press("Up");
@@ -100,6 +100,15 @@ TEST_F(PickingMode, clickPicksAndEndsTheMode) {
   EXPECT_EQ(view.messages()[0].name, "hideSelector");
   EXPECT_EQ(view.messages()[0].userInfo, (PropertyListValue::Dictionary{{"sel", "#lead"}}));
   EXPECT_TRUE(view.ends());
+}
+
+TEST_F(PickingMode, clickRightAfterAMovementPicksWhatIsThere) {
+  view.show(news);
+  view.startPicking();
+  view.hover("document.querySelector('.ad-slot')");
+  view.input({"mousemove", "200", "200", "click", "1"});
+  ASSERT_TRUE(view.hears(1));
+  EXPECT_EQ(view.pickedSelector(), "#lead");
 }
 
 TEST_F(PickingMode, enterPicksAndEndsTheMode) {
@@ -178,13 +187,13 @@ TEST_F(PickingMode, sendsTheLastNameThatThePageWasGiven) {
 }
 
 TEST_F(PickingMode, boxesFollowThePageWhenItScrolls) {
-  view.show(std::string(news) + "<div style='height: 5000px'></div>");
+  view.show(std::string(news) + "<style>body { height: 5000px }</style>");
   view.startPicking();
   view.hover("document.querySelector('#lead')");
-  view.run("scrollTo(0, 60)");
+  view.run("scrollTo(0, 30)");
   EXPECT_TRUE(view.becomes(
-      "Math.round(test.overlay.querySelector('.match').getBoundingClientRect().y) === 90",
-      ScriptedView::World::Script));
+      "Math.round(test.overlay.querySelector('.match').getBoundingClientRect().y) === 120",
+      World::Script));
 }
 
 TEST_F(PickingMode, wheelScrollsWhatIsUnderThePointer) {
@@ -199,6 +208,25 @@ TEST_F(PickingMode, wheelScrollsWhatIsUnderThePointer) {
   view.hoverAt(400, 600);
   view.click(5);
   EXPECT_TRUE(view.becomes("scrollY > 0"));
+}
+
+TEST_F(PickingMode, afterScrollingPicksWhatItShows) {
+  view.show(std::string(news) + "<style>body { height: 5000px }</style>");
+  view.startPicking();
+  view.hoverAt(700, 250);
+  EXPECT_EQ(view.shownSelector(), "");
+  view.run("scrollTo(0, 80)");
+  const std::string shown = "test.overlay.querySelector('.selector').textContent";
+  EXPECT_TRUE(view.becomes(shown + " === '.ad-slot'", World::Script));
+  view.hoverAt(150, 80);
+  view.press("Up");
+  EXPECT_TRUE(view.becomes(shown + " === '#story'", World::Script));
+  view.run("scrollTo(0, 450)");
+  view.settle();
+  EXPECT_EQ(view.shownSelector(), "#story") << "what was widened to stays";
+  view.press("Return");
+  ASSERT_TRUE(view.hears(1));
+  EXPECT_EQ(view.pickedSelector(), "#story");
 }
 
 TEST_F(PickingMode, endsWhenThePageGoesAway) {

@@ -7,8 +7,6 @@ namespace orvane::test {
 namespace {
 
 using ::testing::IsEmpty;
-using World = ScriptedView::World;
-
 /// Writes down each event that reaches a listener of the page, which it adds as early as a page
 /// can.
 constexpr const char* ears = R"html(<!doctype html><meta charset=utf-8><script>

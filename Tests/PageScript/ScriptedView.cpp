@@ -36,13 +36,13 @@ constexpr const char* spy = R"js("use strict";
 }
 )js";
 
-const char* nameOf(ScriptedView::World world) {
+const char* nameOf(World world) {
   switch (world) {
-    case ScriptedView::World::Page:
+    case World::Page:
       return nullptr;
-    case ScriptedView::World::Script:
+    case World::Script:
       return "orvane";
-    case ScriptedView::World::Test:
+    case World::Test:
       break;
   }
   return "test";
@@ -98,10 +98,6 @@ ScriptedView::ScriptedView(const std::string& early)
                                        "user-content-manager", contentManager_.get(), nullptr));
   webkit_settings_set_hardware_acceleration_policy(webkit_web_view_get_settings(view_),
                                                    WEBKIT_HARDWARE_ACCELERATION_POLICY_NEVER);
-  const auto changed = [](WebKitWebView*, WebKitLoadEvent event, gpointer self) {
-    if (event == WEBKIT_LOAD_FINISHED) static_cast<ScriptedView*>(self)->loaded_ = true;
-  };
-  g_signal_connect(view_, "load-changed", G_CALLBACK(+changed), this);
   window_ = GTK_WINDOW(gtk_window_new());
   // Without a frame, the page begins in the corner of the screen.
   gtk_window_set_decorated(window_, FALSE);
@@ -110,10 +106,7 @@ ScriptedView::ScriptedView(const std::string& early)
   gtk_window_present(window_);
 }
 
-ScriptedView::~ScriptedView() {
-  g_signal_handlers_disconnect_by_data(view_, this);
-  gtk_window_destroy(window_);
-}
+ScriptedView::~ScriptedView() { gtk_window_destroy(window_); }
 
 void ScriptedView::show(const std::string& html, const std::string& contentType,
                         const std::string& url) {
@@ -128,15 +121,26 @@ void ScriptedView::open(const std::string& url) {
   waitForLoad([&] { webkit_web_view_load_uri(view_, url.c_str()); });
 }
 
-void ScriptedView::waitForLoad(const std::function<void()>& cause) {
-  loaded_ = false;
+void ScriptedView::waitForLoad(const std::function<void()>& cause) { waitForLoad(view_, cause); }
+
+void ScriptedView::waitForLoad(WebKitWebView* view, const std::function<void()>& cause) {
+  bool loaded = false;
+  const auto changed = [](WebKitWebView*, WebKitLoadEvent event, gpointer flag) {
+    if (event == WEBKIT_LOAD_FINISHED) *static_cast<bool*>(flag) = true;
+  };
+  const auto signal = g_signal_connect(view, "load-changed", G_CALLBACK(+changed), &loaded);
   cause();
-  EXPECT_TRUE(runMainLoopUntil([&] { return loaded_; }, limit)) << "no page was loaded";
+  EXPECT_TRUE(runMainLoopUntil([&] { return loaded; }, limit)) << "no page was loaded";
+  g_signal_handler_disconnect(view, signal);
 }
 
 std::string ScriptedView::run(const std::string& body, World world) {
+  return runIn(view_, body, world);
+}
+
+std::string runIn(WebKitWebView* view, const std::string& body, World world) {
   const AsyncResult answer;
-  webkit_web_view_call_async_javascript_function(view_, body.c_str(), -1, nullptr, nameOf(world),
+  webkit_web_view_call_async_javascript_function(view, body.c_str(), -1, nullptr, nameOf(world),
                                                  nullptr, nullptr, AsyncResult::callback,
                                                  answer.callbackData());
   const auto result = answer.wait(body, limit);
@@ -146,7 +150,7 @@ std::string ScriptedView::run(const std::string& body, World world) {
   }
   GError* error = nullptr;
   const GObjectPointer<JSCValue> value(
-      webkit_web_view_call_async_javascript_function_finish(view_, *result, &error));
+      webkit_web_view_call_async_javascript_function_finish(view, *result, &error));
   if (!value) {
     ADD_FAILURE() << takenError(error).localizedDescription << "\n" << body;
     return "";
@@ -162,8 +166,12 @@ std::string ScriptedView::value(const std::string& expression, World world) {
 }
 
 bool ScriptedView::becomes(const std::string& expression, World world) {
+  return becomesIn(view_, expression, world);
+}
+
+bool becomesIn(WebKitWebView* view, const std::string& expression, World world) {
   const auto start = std::chrono::steady_clock::now();
-  while (value(expression, world) != "true") {
+  while (runIn(view, "return (" + expression + ");", world) != "true") {
     if (std::chrono::steady_clock::now() - start > limit) return false;
   }
   return true;

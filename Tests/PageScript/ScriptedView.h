@@ -14,15 +14,22 @@
 
 namespace orvane::test {
 
+/// Where a script of a test runs: with the scripts of the page, with the page script, or in a world
+/// where neither of them can disturb it.
+enum class World { Page, Script, Test };
+
+/// What a script returns in the page that `view` shows, as JSON. It is the body of an asynchronous
+/// function. One that fails, or that takes too long, fails the test.
+std::string runIn(WebKitWebView* view, const std::string& body, World world);
+
+/// Whether an expression becomes true there in time.
+bool becomesIn(WebKitWebView* view, const std::string& expression, World world);
+
 /// A window with a real web view that has the page script, the whole Internet behind it, and real
 /// keys and a real pointer. Its pages are those that a test serves. A step that fails, or that
 /// takes too long, fails the test.
 class ScriptedView {
  public:
-  /// Where a script of a test runs: with the scripts of the page, with the page script, or in a
-  /// world where neither of them can disturb it.
-  enum class World { Page, Script, Test };
-
   /// `early` runs in the world of the page script, before it.
   explicit ScriptedView(const std::string& early = "");
   ScriptedView(const ScriptedView&) = delete;
@@ -39,14 +46,16 @@ class ScriptedView {
   void show(const std::string& html, const std::string& contentType = "text/html; charset=utf-8",
             const std::string& url = "http://news.test/");
   void open(const std::string& url);
-  /// Waits until a page has been loaded that somebody else asked for.
+  /// Waits until a page has been loaded that `cause` asks for.
   void waitForLoad(const std::function<void()>& cause);
+  /// The same in another view.
+  static void waitForLoad(WebKitWebView* view, const std::function<void()>& cause);
 
-  /// What a script returns, as JSON. It is the body of an asynchronous function.
+  /// `runIn` for this view.
   std::string run(const std::string& body, World world = World::Test);
   /// The value of an expression, as JSON.
   std::string value(const std::string& expression, World world = World::Test);
-  /// Whether the expression becomes true in time.
+  /// `becomesIn` for this view.
   bool becomes(const std::string& expression, World world = World::Test);
 
   /// Starts the picking mode and waits until it is on.
@@ -90,7 +99,6 @@ class ScriptedView {
   GtkWindow* window_ = nullptr;
   std::vector<PageScript::Message> messages_;
   std::unique_ptr<PageScript> script_;
-  bool loaded_ = false;
 };
 
 /// The folder of the page script beside the programs.

@@ -14,7 +14,7 @@ class ChosenSelector : public ::testing::Test {
       orvane.selectorFor([...document.querySelectorAll("body *")]
           .find((element) => element.textContent === "x" && element.children.length === 0))
           ?.selector ?? "none")js",
-                                 ScriptedView::World::Script);
+                                 World::Script);
     return json.substr(1, json.size() - 2);
   }
 
@@ -69,6 +69,13 @@ TEST_F(ChosenSelector, goesByANamedAncestor) {
   EXPECT_EQ(of("<div id=side><p class=card>x</p></div>" + times(30, "<p class=card>y</p>")),
             "#side > p.card");
   EXPECT_EQ(of("<div id=side><p>y</p><p>x</p></div>"), "#side > p:nth-of-type(2)");
+}
+
+TEST_F(ChosenSelector, takesAFolderForAllThatIsInItOnlyWhenItHoldsAdverts) {
+  EXPECT_EQ(of("<a href='/photos/gulls.html?from=2'>x</a>"), "a[href^=\\\"/photos/gulls.html\\\"]");
+  EXPECT_EQ(of("<a href='/sponsored/gulls.html'>x</a>"), "a[href^=\\\"/sponsored/\\\"]");
+  EXPECT_EQ(of("<a href='http://news.test/'>x</a>"), "body > a");
+  EXPECT_EQ(of("<a href='http://other.test/'>x</a>"), "a[href*=\\\"//other.test/\\\"]");
 }
 
 TEST_F(ChosenSelector, takesNoPositionInAListThatIsTooLongToCount) {
