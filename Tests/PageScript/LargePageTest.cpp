@@ -1,4 +1,4 @@
-#include <algorithm>
+#include <ostream>
 #include <string>
 
 #include <fmt/format.h>
@@ -52,6 +52,10 @@ constexpr double slowest = 250;
 struct Page {
   std::string name;
   std::string script;  ///< fills the body
+
+  friend std::ostream& operator<<(std::ostream& stream, const Page& page) {
+    return stream << page.name;
+  }
 };
 
 class LargePage : public ::testing::TestWithParam<Page> {

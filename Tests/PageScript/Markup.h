@@ -1,5 +1,6 @@
 #pragma once
 
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -19,6 +20,11 @@ struct Markup {
 
   std::string firstVisit() const;
   std::string secondVisit() const;
+
+  /// What a test with this page is called.
+  friend std::ostream& operator<<(std::ostream& stream, const Markup& page) {
+    return stream << page.name;
+  }
 };
 
 std::vector<Markup> pagesAsTheyAreWritten();
