@@ -86,7 +86,6 @@ void AlertDialog::addButtons(const std::vector<std::string>& titles) {
     if (&title != &titles.front()) continue;
     button.add_css_class("suggested-action");
     window_.set_default_widget(button);
-    window_.set_focus(button);
   }
   content_.append(box);
 }

@@ -28,11 +28,8 @@ EntryMirror::EntryMirror(NSTextField& view, Gtk::Entry& entry)
 }
 
 void EntryMirror::showContent() {
-  if (entry_.get_text().raw() != view_.stringValue()) {
-    isShowing_ = true;
-    entry_.set_text(view_.stringValue());
-    isShowing_ = false;
-  }
+  const Glib::ustring text = view_.stringValue();
+  if (entry_.get_text().raw() != text.raw()) entry_.set_text(text);
   showPlaceholder();
 }
 
@@ -46,9 +43,6 @@ void EntryMirror::showPlaceholder() {
                                      placeholder_->labelFontSize));
 }
 
-// A widget changes its text in two steps, of which the first would reach the value.
-void EntryMirror::takeText() {
-  if (!isShowing_) view_.setStringValue(entry_.get_text());
-}
+void EntryMirror::takeText() { view_.setStringValue(entry_.get_text()); }
 
 }  // namespace orvane

@@ -23,7 +23,6 @@ class EntryMirror final : public ViewMirror {
   Gtk::Entry& entry_;
   std::optional<NSAttributedString> placeholder_;
   std::optional<WidgetStyle> placeholderStyle_;
-  bool isShowing_ = false;
 };
 
 }  // namespace orvane

@@ -35,7 +35,6 @@ ScrollerMirror::ScrollerMirror(NSScroller& view, Gtk::DrawingArea& area,
 ScrollerMirror::~ScrollerMirror() {
   area_.remove_controller(gesture_);
   area_.remove_controller(wheel_);
-  area_.set_draw_func({});
 }
 
 double ScrollerMirror::way() const {
@@ -72,7 +71,6 @@ void ScrollerMirror::draw(const Cairo::RefPtr<Cairo::Context>& cairo, int width,
 void ScrollerMirror::beginDrag(double /*x*/, double y) {
   const NSRect knob = view_.rectForKnob();
   heldKnobTop_.reset();
-  if (knob.height <= 0) return;
   const double page = adjustment_->get_page_increment();
   if (y < knob.y) {
     adjustment_->set_value(adjustment_->get_value() - page);

@@ -12,11 +12,8 @@ TextViewMirror::TextViewMirror(NSTextView& view, Gtk::TextView& textView)
 
 void TextViewMirror::showContent() {
   const auto buffer = textView_.get_buffer();
-  if (buffer->get_text().raw() != view_.string()) {
-    isShowing_ = true;
-    buffer->set_text(view_.string());
-    isShowing_ = false;
-  }
+  const Glib::ustring text = view_.string();
+  if (buffer->get_text().raw() != text.raw()) buffer->set_text(text);
   const auto inset = view_.textContainerInset();
   const int sides = static_cast<int>(std::lround(inset.width));
   const int ends = static_cast<int>(std::lround(inset.height));
@@ -26,9 +23,6 @@ void TextViewMirror::showContent() {
   textView_.set_bottom_margin(ends);
 }
 
-// A widget changes its text in two steps, of which the first would reach the value.
-void TextViewMirror::takeText() {
-  if (!isShowing_) view_.setString(textView_.get_buffer()->get_text());
-}
+void TextViewMirror::takeText() { view_.setString(textView_.get_buffer()->get_text()); }
 
 }  // namespace orvane

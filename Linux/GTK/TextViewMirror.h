@@ -18,7 +18,6 @@ class TextViewMirror final : public ViewMirror {
 
   NSTextView& view_;
   Gtk::TextView& textView_;
-  bool isShowing_ = false;
 };
 
 }  // namespace orvane

@@ -87,6 +87,14 @@ TEST_F(ControlMirrors, ALabelShowsTheText) {
   EXPECT_EQ(label.get_text(), "<b>no & markup</b>");
 }
 
+TEST_F(ControlMirrors, ATextThatTheValueDoesNotHaveComesFromTheLabel) {
+  NSTextField view;
+  Gtk::Label label("Describe what happened:");
+  const LabelMirror mirror(view, label);
+  EXPECT_EQ(view.stringValue(), "Describe what happened:");
+  EXPECT_EQ(label.get_text(), "Describe what happened:");
+}
+
 TEST_F(ControlMirrors, ALabelThatMayBeCutShortTellsTheWholeTextInItsTooltip) {
   NSTextField view;
   Gtk::Label label;

@@ -7,13 +7,13 @@
 namespace orvane::test {
 namespace {
 
-/// Returns after a frame that began after the call, with everything laid out and drawn.
+/// Returns after a frame that began after the call. It draws what asked for it.
 void drawFrame(Gtk::Widget& widget) {
   bool isDrawn = false;
   auto* clock = gtk_widget_get_frame_clock(widget.gobj());
   const gulong handler = g_signal_connect_swapped(
       clock, "after-paint", G_CALLBACK(+[](bool* drawn) { *drawn = true; }), &isDrawn);
-  widget.queue_draw();
+  gdk_frame_clock_request_phase(clock, GDK_FRAME_CLOCK_PHASE_PAINT);
   while (!isDrawn) g_main_context_iteration(nullptr, TRUE);
   g_signal_handler_disconnect(clock, handler);
 }
@@ -22,9 +22,10 @@ void drawFrame(Gtk::Widget& widget) {
 
 Picture Picture::of(Gtk::Widget& widget) {
   drawFrame(widget);
-  Picture picture(widget.get_width(), widget.get_height());
-  auto* snapshot = gtk_snapshot_new();
   auto* paintable = gtk_widget_paintable_new(widget.gobj());
+  Picture picture(gdk_paintable_get_intrinsic_width(paintable),
+                  gdk_paintable_get_intrinsic_height(paintable));
+  auto* snapshot = gtk_snapshot_new();
   gdk_paintable_snapshot(paintable, snapshot, picture.width_, picture.height_);
   g_object_unref(paintable);
   auto* node = gtk_snapshot_free_to_node(snapshot);

@@ -32,7 +32,7 @@ struct Pixel {
 /// What was drawn, pixel by pixel.
 class Picture {
  public:
-  /// What the widget shows on the screen after its next frame.
+  /// What the widget shows on the screen after its next frame, its border included.
   static Picture of(Gtk::Widget& widget);
   static Picture of(const Cairo::RefPtr<Cairo::ImageSurface>& surface);
 

@@ -115,6 +115,8 @@ TEST_F(ScrollerMirrorTest, TheKnobIsWhereItIsHeld) {
 
 TEST_F(ScrollerMirrorTest, APressBesideTheKnobScrollsByAPage) {
   showMirror();
+  pressAt(view.rectForKnob().y + 20);
+  moveBy(0);
   pressAt(290);
   EXPECT_THAT(adjustment->get_value(), DoubleEq(200));
   moveBy(-100);
@@ -173,6 +175,7 @@ TEST_F(ScrollerMirrorTest, AMirrorThatHasEndedLeavesBothAlone) {
   view.setDoubleValue(1);
   EXPECT_THAT(adjustment->get_value(), DoubleEq(375));
   EXPECT_EQ(gesture(), nullptr);
+  area->queue_draw();
   EXPECT_EQ(Picture::of(*area).at(5, 40), (Pixel{0, 0, 0, 0}));
 }
 

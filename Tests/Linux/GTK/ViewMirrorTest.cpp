@@ -61,7 +61,8 @@ TEST_F(ViewMirrorTest, AHiddenViewIsNotVisible) {
 
 TEST_F(ViewMirrorTest, TheOpacityThatAViewHasAlreadyIsShownAtOnce) {
   view.setAlphaValue(0.5, milliseconds(5000));
-  showMirror();
+  show(*box);
+  mirror.emplace(view, *box);
   EXPECT_NEAR(box->get_opacity(), 0.5, 0.01);
 }
 
@@ -107,10 +108,13 @@ TEST_F(ViewMirrorTest, AFadeThatIsTurnedBackBeginsWhereItStands) {
 
 TEST_F(ViewMirrorTest, OtherChangesLeaveAFadeAlone) {
   showMirror();
+  const auto deadline = g_get_monotonic_time() + 3 * G_USEC_PER_SEC;
   view.setAlphaValue(0, milliseconds(100));
-  view.setWantsLayer(true);
-  EXPECT_EQ(box->get_opacity(), 1);
-  loop.runUntil([&] { return box->get_opacity() == 0; });
+  loop.runUntil([&] {
+    view.setWantsLayer(!view.layer());
+    return box->get_opacity() == 0 || g_get_monotonic_time() > deadline;
+  });
+  EXPECT_EQ(box->get_opacity(), 0) << "it begins again and again";
 }
 
 TEST_F(ViewMirrorTest, WithoutAnimationsAFadeIsOverAtOnce) {
@@ -166,9 +170,9 @@ TEST_F(ViewMirrorTest, ALayerHasABackgroundABorderAndRoundCorners) {
   const int middle = picture.height() / 2;
   EXPECT_EQ(picture.at(0, 0), (Pixel{0, 0, 0, 0}));
   EXPECT_EQ(picture.at(0, middle), border);
-  EXPECT_THAT(picture.at(1, middle).distance(border), Le(8));
+  EXPECT_EQ(picture.at(1, middle), border);
   EXPECT_EQ(picture.at(2, middle), background);
-  EXPECT_THAT(picture.at(100, 1).distance(border), Le(8));
+  EXPECT_EQ(picture.at(100, 1), border);
   EXPECT_EQ(picture.at(100, 2), background);
   EXPECT_EQ(picture.at(picture.width() - 1, middle), border);
   EXPECT_EQ(picture.at(100, picture.height() - 1), border);
