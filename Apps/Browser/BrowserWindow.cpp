@@ -14,6 +14,7 @@ namespace {
 
 constexpr int width = 1100;
 constexpr int height = 800;
+constexpr int narrowWidth = 600;
 
 }  // namespace
 
@@ -57,6 +58,8 @@ BrowserWindow::BrowserWindow(Platform& platform, const WebEngine& engine,
         return true;
       },
       false);
+  window_.property_default_width().signal_changed().connect(
+      [this] { header_.setNarrow(window_.property_default_width().get_value() < narrowWidth); });
   addActions();
   addKeys();
 }

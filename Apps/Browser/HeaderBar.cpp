@@ -1,5 +1,8 @@
 #include "Apps/Browser/HeaderBar.h"
 
+#include <string>
+#include <string_view>
+
 #include "Apps/Browser/Controls.h"
 
 namespace orvane {
@@ -31,6 +34,16 @@ Glib::RefPtr<Gio::Menu> makeMenu() {
   menu->append_section(makeSection({{"Settings", "browser.settings", "<Control>comma"},
                                     {"Quit", "browser.quit", "<Control>q"}}));
   return menu;
+}
+
+/// Where the desktop wants which buttons of a window, without those of its size.
+std::string layoutWithoutSizeButtons() {
+  std::string layout = Gtk::Settings::get_default()->property_gtk_decoration_layout().get_value();
+  for (const std::string_view button : {"minimize", "maximize"}) {
+    if (const auto at = layout.find(button); at != std::string::npos)
+      layout.erase(at, button.size());
+  }
+  return layout;
 }
 
 }  // namespace
@@ -69,7 +82,9 @@ HeaderBar::HeaderBar(AddressEntry& address, ToolbarItem& toolbarItem, const Obse
 
 void HeaderBar::update(const Tab& tab) {
   back_.set_sensitive(tab.canGoBack());
-  forward_.set_sensitive(tab.canGoForward());
+  canGoForward_ = tab.canGoForward();
+  forward_.set_sensitive(canGoForward_);
+  showOrHideForward();
   reload_.set_sensitive(tab.isLoading() || !tab.url().empty());
   if (tab.isLoading()) {
     setUpIconButton(reload_, "process-stop-symbolic", "Stop loading (Escape)");
@@ -77,5 +92,20 @@ void HeaderBar::update(const Tab& tab) {
     setUpIconButton(reload_, "view-refresh-symbolic", "Load the page again (Ctrl+R)");
   }
 }
+
+void HeaderBar::setNarrow(bool isNarrow) {
+  if (isNarrow == isNarrow_) return;
+  isNarrow_ = isNarrow;
+  for (auto* controls : {&startControls_, &endControls_}) {
+    if (isNarrow) {
+      controls->set_decoration_layout(layoutWithoutSizeButtons());
+    } else {
+      gtk_window_controls_set_decoration_layout(controls->gobj(), nullptr);
+    }
+  }
+  showOrHideForward();
+}
+
+void HeaderBar::showOrHideForward() { forward_.set_visible(!isNarrow_ || canGoForward_); }
 
 }  // namespace orvane

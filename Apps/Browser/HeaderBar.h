@@ -22,9 +22,15 @@ class HeaderBar final : public Gtk::HeaderBar {
 
   /// Shows what the tab in front is now.
   void update(const Tab& tab);
-  void openMenu() { menu_.popup(); }
+
+  /// In a narrow window the address has the room of what can be done without.
+  void setNarrow(bool isNarrow);
 
  private:
+  void showOrHideForward();
+
+  bool isNarrow_ = false;
+  bool canGoForward_ = false;
   Gtk::Box box_;
   Gtk::WindowControls startControls_{Gtk::PackType::START};
   Gtk::WindowControls endControls_{Gtk::PackType::END};

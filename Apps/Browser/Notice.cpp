@@ -53,8 +53,9 @@ Notice failedLoadNotice(const std::string& url, const GError& error) {
   if (g_error_matches(&error, WEBKIT_POLICY_ERROR, WEBKIT_POLICY_ERROR_CANNOT_SHOW_URI) != FALSE) {
     return cannotBeLoaded(fmt::format("Orvane cannot show addresses such as “{}”.", url));
   }
-  if (g_error_matches(&error, WEBKIT_NETWORK_ERROR, WEBKIT_NETWORK_ERROR_FILE_DOES_NOT_EXIST) !=
-      FALSE) {
+  if (g_error_matches(&error, G_IO_ERROR, G_IO_ERROR_NOT_FOUND) != FALSE ||
+      g_error_matches(&error, WEBKIT_NETWORK_ERROR, WEBKIT_NETWORK_ERROR_FILE_DOES_NOT_EXIST) !=
+          FALSE) {
     return cannotBeLoaded(fmt::format("There is no file “{}”.", url));
   }
   return cannotBeLoaded(transportFailure(siteOf(url), error));

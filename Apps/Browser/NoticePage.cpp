@@ -10,7 +10,7 @@ void wrap(Gtk::Label& label) {
   label.set_wrap_mode(Pango::WrapMode::WORD_CHAR);
   label.set_justify(Gtk::Justification::CENTER);
   label.set_max_width_chars(50);
-  label.set_selectable(false);
+  label.set_halign(Gtk::Align::CENTER);
 }
 
 }  // namespace
@@ -23,6 +23,7 @@ NoticePage::NoticePage(std::function<void()> pressed) {
   icon_.add_css_class("dim-label");
   title_.add_css_class("notice-title");
   wrap(title_);
+  explanation_.add_css_class("notice-text");
   wrap(explanation_);
   button_.set_halign(Gtk::Align::CENTER);
   button_.add_css_class("suggested-action");

@@ -11,6 +11,7 @@ constexpr const char* style = R"(
 .controls > windowcontrols > button { min-width: 22px; padding: 4px; margin: 0; }
 .notice { background-color: @theme_bg_color; }
 .notice-title { font-size: 170%; font-weight: 800; }
+.notice-text { font-size: 110%; }
 .notice-button { padding: 8px 24px; border-radius: 999px; margin-top: 6px; }
 .find-bar { padding: 6px; border-top: 1px solid @borders; }
 .message-bar { padding: 6px 6px 6px 12px; border-bottom: 1px solid @borders;

@@ -88,9 +88,7 @@ void Tab::connectSignals() {
        {"notify::title", "notify::estimated-load-progress", "notify::is-loading"}) {
     on(property, G_CALLBACK(+changed));
   }
-  const auto moved = [](WebKitWebView*, GParamSpec*, gpointer data) {
-    tabOf(data).urlChanged();
-  };
+  const auto moved = [](WebKitWebView*, GParamSpec*, gpointer data) { tabOf(data).urlChanged(); };
   on("notify::uri", G_CALLBACK(+moved));
   const auto loadChanged = [](WebKitWebView*, WebKitLoadEvent event, gpointer data) {
     tabOf(data).loadChanged(event);

@@ -65,5 +65,19 @@ TEST_F(Installation, browserFindsThePageScript) {
   EXPECT_TRUE(std::filesystem::exists(installed(prefix + "/share/orvane/PageScript/Messages.js")));
 }
 
+TEST_F(Installation, desktopOffersTheBrowser) {
+  const auto file = installed(prefix + "/share/applications/com.tessaly.OrvaneBrowser.desktop");
+  const auto validation = runProgram({"desktop-file-validate", file.string()}, work.path());
+  EXPECT_EQ(validation.exitStatus, 0) << validation.output << validation.errors;
+  EXPECT_EQ(value(file, "Exec"), "orvane-browser %U");
+  const auto icon = value(file, "Icon") + ".svg";
+  EXPECT_TRUE(
+      std::filesystem::exists(installed(prefix + "/share/icons/hicolor/scalable/apps/" + icon)));
+  const auto run =
+      runProgram({installed(prefix + "/bin/orvane-browser"), "--version"}, work.path());
+  EXPECT_EQ(run.exitStatus, 0) << run.errors;
+  EXPECT_THAT(run.output, ::testing::StartsWith("orvane-browser "));
+}
+
 }  // namespace
 }  // namespace orvane::test

@@ -27,6 +27,17 @@ TEST_F(NarrowWindow, holdsEverything) {
   EXPECT_LE(smallestWidth(window().window()), narrow);
 }
 
+TEST_F(NarrowWindow, leavesTheAddressRoomToBeRead) {
+  start();
+  window().window().set_default_size(narrow, 600);
+  ASSERT_TRUE(becomes([&] { return window().window().get_width() <= narrow; }));
+  constexpr int readable = 160;
+  EXPECT_TRUE(becomes([&] { return window().address().get_width() >= readable; }));
+  constexpr int wide = 1000;
+  window().window().set_default_size(wide, 600);
+  EXPECT_TRUE(becomes([&] { return window().address().get_width() >= wide / 2; }));
+}
+
 TEST_F(NarrowWindow, holdsWhatIsSaidInPlaceOfAPage) {
   start({"file:///a/path/that/is/longer/than/a/narrow/window/is/and/has/no/blank/page.html"});
   ASSERT_TRUE(becomes([&] { return front().notice().title() == "This Page Cannot Be Loaded"; }));
