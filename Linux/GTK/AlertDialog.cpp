@@ -62,7 +62,6 @@ AlertDialog::AlertDialog(const NSAlert& alert, const std::filesystem::path& reso
   window_.set_modal();
   window_.set_resizable(false);
   window_.set_title(alert.messageText);
-  window_.add_css_class("alert");
   content_.set_margin(margin);
   auto& image = *Gtk::make_managed<Gtk::Image>();
   setScalableImage(image, resources / (alert.icon + ".svg"), imageSize);

@@ -28,7 +28,7 @@ VirtualDisplay& VirtualDisplay::ofThisProcess() {
 VirtualDisplay::VirtualDisplay()
     : server_(g_subprocess_new(static_cast<GSubprocessFlags>(G_SUBPROCESS_FLAGS_STDOUT_PIPE |
                                                              G_SUBPROCESS_FLAGS_STDERR_SILENCE),
-                               nullptr, "Xvfb", "-displayfd", "1", "-screen", "0", "1280x1024x24",
+                               nullptr, "Xvfb", "-displayfd", "1", "-screen", "0", "2560x2048x24",
                                "-nolisten", "tcp", nullptr)) {
   if (!server_) return;
   const std::string display = displayOf(server_.get());

@@ -105,8 +105,9 @@ void Desk::serveNewspaper(const std::string& host) {
                    {.contentType = "text/html; charset=utf-8", .body = page, .headers = {}});
 }
 
-void Desk::startBrowser() {
+void Desk::startBrowser(ColorScheme colors, int width) {
   BrowserOptions options;
+  options.colorScheme = colors;
   options.proxyURL = internet_->url();
   options.acceptsAnyCertificate = true;
   options.isEphemeral = true;
@@ -185,7 +186,7 @@ void Desk::waitForNoPicker() {
   EXPECT_TRUE(becomesOnPage(fmt::format("!({})", isPickerShown))) << "the picking mode stays";
 }
 
-void Desk::pickOnPage(const std::string& element) {
+void Desk::pointAtPage(const std::string& element) {
   const auto middle = [&](const char* start, const char* size) {
     return std::stod(valueOnPage(fmt::format(
         "((box) => box.{} + box.{} / 2)(({}).getBoundingClientRect())", start, size, element)));
@@ -196,6 +197,10 @@ void Desk::pickOnPage(const std::string& element) {
   pointAt(GTK_WIDGET(view()), x, y);
   // The mode answers to the pointer in the next frame.
   valueOnPage("1");
+}
+
+void Desk::pickOnPage(const std::string& element) {
+  pointAtPage(element);
   pressButton();
 }
 
@@ -211,15 +216,18 @@ void Desk::openPopover() {
   until("the popover is open", [this] { return isPopoverOpen(); });
 }
 
-void Desk::clickOnScreen(GtkWidget* widget) {
-  if (widget == nullptr) return;
-  // What GTK has laid out is on the screen only some frames later.
+void Desk::waitForFrames(GtkWidget* widget) {
   int frames = 0;
   const auto count = [](GtkWidget*, GdkFrameClock*, gpointer data) -> gboolean {
     return ++*static_cast<int*>(data) < 3 ? G_SOURCE_CONTINUE : G_SOURCE_REMOVE;
   };
   gtk_widget_add_tick_callback(widget, +count, &frames, nullptr);
   until("the widget is on the screen", [&] { return frames >= 3; });
+}
+
+void Desk::clickOnScreen(GtkWidget* widget) {
+  if (widget == nullptr) return;
+  waitForFrames(widget);
   EXPECT_TRUE(clickOn(widget));
 }
 
@@ -236,13 +244,14 @@ void Desk::pressKeys(const std::string& keys) { orvane::test::pressKeys(window()
 
 void Desk::type(const std::string& text) { orvane::test::type(window(), text); }
 
-void Desk::switchContentBlocker() {
+GtkWidget* Desk::openSettings() {
   pressKeys("ctrl+comma");
-  GtkWidget* theSwitch = nullptr;
-  until("the settings are open", [&] {
-    theSwitch = switchIn(otherWindow(window()));
-    return theSwitch != nullptr;
-  });
+  until("the settings are open", [&] { return switchIn(otherWindow(window())) != nullptr; });
+  return otherWindow(window());
+}
+
+void Desk::switchContentBlocker() {
+  GtkWidget* theSwitch = switchIn(openSettings());
   const bool was = gtk_switch_get_active(GTK_SWITCH(theSwitch)) != FALSE;
   clickOnScreen(theSwitch);
   until("the switch is the other way",

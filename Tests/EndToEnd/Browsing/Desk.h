@@ -36,7 +36,8 @@ class Desk {
   /// picture that nobody minds.
   void serveNewspaper(const std::string& host);
 
-  void startBrowser();
+  /// The window is `width` points wide; 0 leaves it as it comes.
+  void startBrowser(ColorScheme colors = ColorScheme::light, int width = 0);
   void endBrowser();
   /// Waits until the list of the companion is in force; it makes one when the browser starts.
   void waitForList();
@@ -62,8 +63,11 @@ class Desk {
   /// Points at the middle of the element that the expression finds, and clicks once the picking
   /// mode shows what would go.
   void pickOnPage(const std::string& element);
+  void pointAtPage(const std::string& element);
   void chooseHideElementFromContextMenu();
 
+  /// Waits until what GTK has laid out is on the screen, which takes some frames.
+  void waitForFrames(GtkWidget* widget);
   void until(const std::string& what, const std::function<bool()>& condition);
 
   void openPopover();
@@ -75,6 +79,8 @@ class Desk {
   void type(const std::string& text);
   /// Opens the settings, presses the switch of the content blocker, and closes them.
   void switchContentBlocker();
+  /// The window of the settings.
+  GtkWidget* openSettings();
   bool hasButton(const std::string& text);
   bool hasLabel(const std::string& text);
 
