@@ -1,7 +1,5 @@
 #include "Apps/Browser/NoticePage.h"
 
-#include <utility>
-
 namespace orvane {
 namespace {
 
@@ -15,7 +13,7 @@ void wrap(Gtk::Label& label) {
 
 }  // namespace
 
-NoticePage::NoticePage(std::function<void()> pressed) {
+NoticePage::NoticePage(const std::function<void()>& pressed) {
   constexpr int iconSize = 96;
   add_css_class("notice");
   set_policy(Gtk::PolicyType::NEVER, Gtk::PolicyType::AUTOMATIC);
@@ -28,7 +26,7 @@ NoticePage::NoticePage(std::function<void()> pressed) {
   button_.set_halign(Gtk::Align::CENTER);
   button_.add_css_class("suggested-action");
   button_.add_css_class("notice-button");
-  button_.signal_clicked().connect(std::move(pressed));
+  button_.signal_clicked().connect(pressed);
   box_.set_valign(Gtk::Align::CENTER);
   box_.set_margin(24);
   box_.set_spacing(12);

@@ -11,7 +11,7 @@ namespace orvane {
 /// Shows a notice: a picture, what is the matter, why, and a button if something can be done.
 class NoticePage final : public Gtk::ScrolledWindow {
  public:
-  explicit NoticePage(std::function<void()> pressed);
+  explicit NoticePage(const std::function<void()>& pressed);
 
   void show(const Notice& notice);
   std::string title() const { return title_.get_text(); }

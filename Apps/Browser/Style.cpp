@@ -29,6 +29,7 @@ constexpr const char* style = R"(
          background-color: @error_color; color: white; }
 notebook.tabs > header { padding: 0 2px; }
 notebook.tabs > header tab { min-height: 30px; }
+notebook.tabs > header > tabs > arrow { padding: 0; margin: 0; border-width: 0; min-height: 0; }
 .tab-close { min-width: 20px; min-height: 20px; padding: 0; border-radius: 999px; }
 )";
 

@@ -1,4 +1,7 @@
 #include <cstdio>
+#include <memory>
+#include <string>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -46,23 +49,14 @@ tl::expected<BrowserOptions, int> parseCommandLine(int argc, char** argv) {
   return options;
 }
 
-/// Has the browser that runs already open the pages.
-int openInRunningBrowser(Gtk::Application& application, const BrowserOptions& options) {
-  if (!options.proxyURL.empty()) {
-    fmt::print(stderr, "orvane-browser: Orvane is running already, without this proxy.\n");
-    return 1;
-  }
-  std::vector<Glib::RefPtr<Gio::File>> files;
-  for (const auto& url : options.urls) files.push_back(Gio::File::create_for_uri(url));
-  if (files.empty()) {
-    application.activate();
-  } else {
-    application.open(files, "");
-  }
-  // The messages leave before the process does.
-  g_dbus_connection_flush_sync(g_application_get_dbus_connection(G_APPLICATION(application.gobj())),
-                               nullptr, nullptr);
-  return 0;
+/// Runs the application until its window is closed. In a process that is not the first of its kind,
+/// has the first one open the pages, or come to the front if there are none.
+int runApplication(Gtk::Application& application, const std::vector<std::string>& urls) {
+  std::vector<std::string> arguments{"orvane-browser"};
+  arguments.insert(arguments.end(), urls.begin(), urls.end());
+  std::vector<char*> pointers;
+  for (auto& argument : arguments) pointers.push_back(argument.data());
+  return application.run(static_cast<int>(pointers.size()), pointers.data());
 }
 
 int run(int argc, char** argv) {
@@ -74,23 +68,32 @@ int run(int argc, char** argv) {
     fmt::print(stderr, "orvane-browser: The desktop cannot be reached.\n");
     return 1;
   }
-  if (application->is_remote()) return openInRunningBrowser(*application, *options);
+  if (application->is_remote() && !options->proxyURL.empty()) {
+    fmt::print(stderr, "orvane-browser: Orvane is running already, without this proxy.\n");
+    static_cast<void>(runApplication(*application, {}));
+    return 1;
+  }
 
   SystemLog systemLog;
   std::unique_ptr<Browser> browser;
-  application->signal_activate().connect([&] {
-    if (!browser) {
-      browser = std::make_unique<Browser>(*options, systemLog, [&] { application->quit(); });
-      application->add_window(browser->window().window());
+  const auto open = [&](const std::vector<std::string>& urls) {
+    if (browser) {
+      for (const auto& url : urls) browser->window().openTab(url);
+      return browser->window().present();
     }
-    browser->window().present();
-  });
+    auto first = *options;
+    first.urls = urls;
+    browser = std::make_unique<Browser>(first, systemLog, [&] { application->quit(); });
+    application->add_window(browser->window().window());
+  };
+  application->signal_activate().connect([&] { open({}); });
   application->signal_open().connect(
       [&](const std::vector<Glib::RefPtr<Gio::File>>& files, const Glib::ustring& /*hint*/) {
-        for (const auto& file : files) browser->window().openTab(file->get_uri());
-        browser->window().present();
+        std::vector<std::string> urls;
+        for (const auto& file : files) urls.push_back(file->get_uri());
+        open(urls);
       });
-  return application->run();
+  return runApplication(*application, options->urls);
 }
 
 }  // namespace

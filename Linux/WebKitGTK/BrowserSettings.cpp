@@ -64,7 +64,7 @@ Expected<bool> BrowserSettings::isContentBlockerEnabled(std::string_view identif
 Expected<void> BrowserSettings::setContentBlockerEnabled(std::string_view identifier,
                                                          bool enabled) const {
   PosixFileSystem files;
-  const auto folder = files.createDirectories(file_.parent_path());
+  auto folder = files.createDirectories(file_.parent_path());
   if (!folder) return folder;
   // Two writers must not undo each other's change.
   const auto lock = files.lock(file_.parent_path() / ("." + file_.filename().string() + ".lock"));
