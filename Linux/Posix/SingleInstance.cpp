@@ -14,6 +14,9 @@ namespace orvane {
 namespace {
 
 constexpr auto interval = std::chrono::milliseconds(20);
+/// How often a serving holder is looked at before it is believed. A child that was just starting
+/// another program when the holder was killed keeps the locks a moment longer.
+constexpr int looks = 10;
 
 /// What is locked: the bytes need not exist. The system frees them when their holder dies.
 enum Byte : off_t {
@@ -51,10 +54,12 @@ Expected<std::optional<SingleInstance>> SingleInstance::acquire(const std::files
                                                                 Role role) {
   FileDescriptor opened = open(file, O_RDWR | O_CREAT);
   if (!opened) return tl::unexpected(posixError("open", file));
+  int timesServing = 0;
   while (!set(opened.get(), Byte::right, F_WRLCK)) {
     const bool isHeldByOther = errno == EAGAIN || errno == EACCES;
     if (!isHeldByOther) return tl::unexpected(posixError("lock", file));
-    if (isLockedByOther(opened.get(), Byte::service)) return std::optional<SingleInstance>();
+    timesServing = isLockedByOther(opened.get(), Byte::service) ? timesServing + 1 : 0;
+    if (timesServing == looks) return std::optional<SingleInstance>();
     // A holder that is about to serve is as silent as one that passes, so both are asked again.
     std::this_thread::sleep_for(interval);
   }

@@ -113,6 +113,10 @@ void Desk::startBrowser(ColorScheme colors, int width) {
   options.isEphemeral = true;
   browser_ = std::make_unique<Browser>(options, systemLog_, [] {});
   until("the window is on the screen", [this] { return gtk_widget_get_mapped(window()) != FALSE; });
+  if (width == 0) return;
+  gtk_window_set_default_size(GTK_WINDOW(window()), width, 700);
+  until("the window is as wide as it is to be",
+        [&] { return gtk_widget_get_width(window()) <= width; });
 }
 
 void Desk::endBrowser() { browser_.reset(); }
@@ -175,6 +179,13 @@ bool Desk::becomesOnPage(const std::string& expression) {
     if (std::chrono::steady_clock::now() > end) return false;
   }
   return true;
+}
+
+void Desk::waitUntilPageIsPainted() {
+  valueOnPage(R"(globalThis.frames = 0;
+      (function count() { if (++globalThis.frames < 4) requestAnimationFrame(count); })(); 1)");
+  EXPECT_TRUE(becomesOnPage("globalThis.frames === 4"));
+  waitForFrames(window());
 }
 
 void Desk::waitForPicker() {

@@ -58,6 +58,8 @@ class Desk {
   bool becomesOnPage(const std::string& expression);
   bool isTrueOnPage(const std::string& expression) { return valueOnPage(expression) == "true"; }
 
+  void waitUntilPageIsPainted();
+
   void waitForPicker();
   void waitForNoPicker();
   /// Points at the middle of the element that the expression finds, and clicks once the picking

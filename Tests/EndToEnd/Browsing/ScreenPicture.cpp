@@ -48,7 +48,9 @@ std::size_t coloursIn(cairo_surface_t* surface, int width, int height) {
 ScreenPicture takePicture(GtkWidget* window, const std::filesystem::path& file) {
   GdkSurface* surface = gtk_native_get_surface(GTK_NATIVE(window));
   const int scale = gdk_surface_get_scale_factor(surface);
-  const int width = gdk_surface_get_width(surface) * scale;
+  // A popover may reach beyond its window.
+  constexpr int beyond = 200;
+  const int width = (gdk_surface_get_width(surface) + beyond) * scale;
   const int height = gdk_surface_get_height(surface) * scale;
   const Surface copy = copyOfScreen(width, height);
   std::filesystem::create_directories(file.parent_path());
