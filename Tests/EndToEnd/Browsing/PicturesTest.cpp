@@ -49,6 +49,7 @@ class Pictures : public ::testing::TestWithParam<int> {
 TEST_P(Pictures, OfTheBrowserItsPopoverThePickingModeAndTheSettings) {
   EXPECT_EQ(gtk_widget_get_scale_factor(desk.window()), look.text.back() - '0');
   EXPECT_LE(gtk_widget_get_width(desk.window()), GetParam());
+  desk.waitUntilPageIsPainted();
   save("browser");
   desk.openPopover();
   save("popover");
