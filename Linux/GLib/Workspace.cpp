@@ -45,7 +45,10 @@ bool Workspace::openURL(const NSURL& url) {
   GError* error = nullptr;
   g_app_info_launch_default_for_uri(url.absoluteString().c_str(), nullptr, &error);
   if (error == nullptr) return true;
-  systemLog_.print(takenError(error).localizedDescription);
+  // The URL itself, which may say where the user has been, stays out of the log.
+  const auto scheme = url.absoluteString().substr(0, url.absoluteString().find(':'));
+  systemLog_.print(fmt::format("A URL of the scheme '{}' cannot be opened: {}", scheme,
+                               takenError(error).localizedDescription));
   return false;
 }
 

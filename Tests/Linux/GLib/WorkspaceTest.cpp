@@ -96,5 +96,40 @@ TEST_F(Launching, saysWhichProgramCannotBeStarted) {
   EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1);
 }
 
+/// A user whose program for URLs of the scheme "ferry" writes down what it is given.
+class OpeningURLs : public Launching {
+ protected:
+  OpeningURLs() {
+    ::setenv("XDG_DATA_HOME", folder.path().c_str(), 1);
+    ::setenv("XDG_CONFIG_HOME", folder.path().c_str(), 1);
+    std::filesystem::create_directories(folder / "applications");
+    std::ofstream(folder / "applications/ferry.desktop")
+        << "[Desktop Entry]\nType=Application\nName=Ferry\nExec=" << (folder / "ferry").string()
+        << " %u\nMimeType=x-scheme-handler/ferry;\n";
+    std::ofstream(folder / "mimeapps.list")
+        << "[Default Applications]\nx-scheme-handler/ferry=ferry.desktop\n";
+    std::ofstream(folder / "ferry")
+        << "#!/bin/sh\nprintf %s \"$1\" >'" << (folder / "part").string() << "' && mv '"
+        << (folder / "part").string() << "' '" << opened.string() << "'\n";
+    std::filesystem::permissions(folder / "ferry", std::filesystem::perms::owner_all);
+  }
+
+  std::filesystem::path opened = folder / "opened";
+};
+
+TEST_F(OpeningURLs, isDoneByTheUsersProgramForTheirScheme) {
+  EXPECT_TRUE(workspace.openURL(*NSURL::fromString("ferry:north?pier=2&at=nine%20sharp")));
+  loop.lookUntil([&] { return std::filesystem::exists(opened); });
+  std::ifstream stream(opened);
+  const std::string text{std::istreambuf_iterator<char>(stream), {}};
+  EXPECT_EQ(text, "ferry:north?pier=2&at=nine%20sharp");
+  EXPECT_THAT(systemLog.lines, IsEmpty());
+}
+
+TEST_F(OpeningURLs, saysThatThereIsNoProgramForThem) {
+  EXPECT_FALSE(workspace.openURL(*NSURL::fromString("balloon:north")));
+  EXPECT_THAT(systemLog.lines, ElementsAre(HasSubstr("'balloon'")));
+}
+
 }  // namespace
 }  // namespace orvane::test
