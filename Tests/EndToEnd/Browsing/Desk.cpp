@@ -4,6 +4,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <fstream>
+#include <sstream>
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>
@@ -37,9 +38,11 @@ constexpr const char* picture =
 constexpr const char* isPickerShown =
     "[...document.documentElement.children].some((e) => !/^(head|body)$/i.test(e.tagName))";
 
+/// Empty when it cannot be read, as of a process that has just ended.
 std::string contents(const fs::path& path) {
-  std::ifstream stream(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(stream), {}};
+  std::ostringstream text;
+  text << std::ifstream(path, std::ios::binary).rdbuf();
+  return text.str();
 }
 
 bool isCompanion(const fs::path& process, const std::string& home) {
