@@ -157,8 +157,9 @@
       }
     }
 
+    /** The page can take the host away or out of the top layer. */
     get isThere() {
-      return dom.isConnected(this.#host);
+      return dom.isConnected(this.#host) && this.#host.matches(":popover-open");
     }
 
     /** Whether `node` is what the page sees of an overlay. */

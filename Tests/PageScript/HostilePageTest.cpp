@@ -122,6 +122,14 @@ TEST_F(HostilePage, removesTheOverlayWheneverItComes) {
   EXPECT_THAT(view.messages(), IsEmpty());
 }
 
+TEST_F(HostilePage, takesTheOverlayOutOfTheTopLayer) {
+  view.show(std::string(advert));
+  view.startPicking();
+  view.run("document.documentElement.lastElementChild.hidePopover();", World::Page);
+  EXPECT_TRUE(view.ends());
+  EXPECT_THAT(view.messages(), IsEmpty());
+}
+
 TEST_F(HostilePage, changesTheOverlay) {
   view.show(std::string(advert) + R"html(<style>
     * { display: none !important; opacity: 0 !important; transition: all 9s !important }
