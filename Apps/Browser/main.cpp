@@ -55,6 +55,7 @@ int runApplication(Gtk::Application& application, const std::vector<std::string>
   std::vector<std::string> arguments{"orvane-browser"};
   arguments.insert(arguments.end(), urls.begin(), urls.end());
   std::vector<char*> pointers;
+  pointers.reserve(arguments.size());
   for (auto& argument : arguments) pointers.push_back(argument.data());
   return application.run(static_cast<int>(pointers.size()), pointers.data());
 }
@@ -90,6 +91,7 @@ int run(int argc, char** argv) {
   application->signal_open().connect(
       [&](const std::vector<Glib::RefPtr<Gio::File>>& files, const Glib::ustring& /*hint*/) {
         std::vector<std::string> urls;
+        urls.reserve(files.size());
         for (const auto& file : files) urls.push_back(file->get_uri());
         open(urls);
       });

@@ -41,6 +41,7 @@ std::string printed(const SFSafariExtensionHandler::UserInfo& userInfo) {
 
 std::string printed(const std::vector<std::string>& list) {
   std::vector<std::string> items;
+  items.reserve(list.size());
   for (const auto& item : list) items.push_back(quoted(item));
   return fmt::format("[{}]", fmt::join(items, ", "));
 }

@@ -73,16 +73,17 @@ void SafariExtensionHandler::contextMenuItemSelectedWithCommand(std::string_view
 void SafariExtensionHandler::updateURLWith(SFSafariWindow& window) {
   // Of two trackings the later one counts, whatever the order of the answers.
   tracking_ = std::make_shared<char>();
-  window.getActiveTabWithCompletionHandler([this, lifetime = std::weak_ptr(tracking_)](
-                                               const std::shared_ptr<SFSafariTab>& tab) {
-    if (!tab || lifetime.expired()) return;
-    tab->getActivePageWithCompletionHandler([this, lifetime](std::shared_ptr<SFSafariPage> page) {
-      if (!lifetime.expired()) track(std::move(page));
-    });
-  });
+  window.getActiveTabWithCompletionHandler(
+      [this, lifetime = std::weak_ptr(tracking_)](const std::shared_ptr<SFSafariTab>& tab) {
+        if (!tab || lifetime.expired()) return;
+        tab->getActivePageWithCompletionHandler(
+            [this, lifetime](const std::shared_ptr<SFSafariPage>& page) {
+              if (!lifetime.expired()) track(page);
+            });
+      });
 }
 
-void SafariExtensionHandler::track(std::shared_ptr<SFSafariPage> page) {
+void SafariExtensionHandler::track(const std::shared_ptr<SFSafariPage>& page) {
   viewController_.setPage(page);
   pageToReload_ = page;
   if (!page) return;

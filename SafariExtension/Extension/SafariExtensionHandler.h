@@ -46,7 +46,7 @@ class SafariExtensionHandler final : public SFSafariExtensionHandler {
   void setPageToReload(std::shared_ptr<SFSafariPage> page) { pageToReload_ = std::move(page); }
 
  private:
-  void track(std::shared_ptr<SFSafariPage> page);
+  void track(const std::shared_ptr<SFSafariPage>& page);
   void hide(const std::string& selector, const std::string& host,
             std::shared_ptr<SFSafariPage> page);
 
