@@ -16,8 +16,9 @@ AddressEntry::AddressEntry(Executor& mainQueue, Observer observer)
   set_input_purpose(Gtk::InputPurpose::URL);
   setAccessibleLabel(*this, "Address");
   signal_activate().connect([this] { observer_.entered(get_text()); });
+  signal_changed().connect(sigc::mem_fun(*this, &AddressEntry::updateIcon));
   addShortcuts(*this, {{"Escape", [this] {
-                          set_text(url_);
+                          show(url_);
                           observer_.left();
                           return true;
                         }}});
@@ -26,15 +27,22 @@ AddressEntry::AddressEntry(Executor& mainQueue, Observer observer)
   add_controller(keyboard);
 }
 
-void AddressEntry::showOtherPage(const std::string& url) {
-  url_ = url;
-  set_text(url);
-}
+void AddressEntry::showOtherPage(const std::string& url) { show(url); }
 
 void AddressEntry::showAddress(const std::string& url) {
-  const bool isEdited = get_text().raw() != url_;
+  if (isEdited()) {
+    url_ = url;
+  } else if (url_ != url) {
+    show(url);
+  }
+}
+
+/// The entry cuts what is too long for it, and that is no edit of the user's.
+void AddressEntry::show(const std::string& url) {
   url_ = url;
-  if (!isEdited && get_text().raw() != url) set_text(url);
+  set_text(url);
+  shown_ = get_text();
+  updateIcon();
 }
 
 void AddressEntry::showProgress(double fraction, bool isLoading) {
@@ -42,11 +50,17 @@ void AddressEntry::showProgress(double fraction, bool isLoading) {
 }
 
 void AddressEntry::showSecurity(bool isSecure) {
-  const auto scheme = schemeOf(url_);
-  if (isSecure) {
+  isSecure_ = isSecure;
+  updateIcon();
+}
+
+/// Beside what the user has typed it would speak of another address.
+void AddressEntry::updateIcon() {
+  if (isEdited()) return unset_icon();
+  if (isSecure_) {
     set_icon_from_icon_name("channel-secure-symbolic");
     set_icon_tooltip_text("The connection is encrypted, and the server is who it says.");
-  } else if (scheme == "http") {
+  } else if (schemeOf(url_) == "http") {
     set_icon_from_icon_name("channel-insecure-symbolic");
     set_icon_tooltip_text("The connection is not encrypted.");
   } else {

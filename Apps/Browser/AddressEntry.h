@@ -27,16 +27,23 @@ class AddressEntry final : public Gtk::Entry {
   /// Shows the address that the page has by now, unless the user is typing.
   void showAddress(const std::string& url);
   void showProgress(double fraction, bool isLoading);
+  /// Whether the page came over a connection that is encrypted to the server that it names.
   void showSecurity(bool isSecure);
   /// Moves the keyboard here, with everything selected.
   void focus();
 
  private:
+  bool isEdited() const { return get_text() != shown_; }
+  void updateIcon();
   void selectAll();
+  void show(const std::string& url);
 
   Executor& mainQueue_;
   Observer observer_;
   std::string url_;
+  /// What the entry held when it was set.
+  Glib::ustring shown_;
+  bool isSecure_ = false;
   std::shared_ptr<void> lifetime_ = std::make_shared<char>();
 };
 

@@ -101,9 +101,18 @@ void BrowserWindow::tabChanged(Tab& tab) {
 void BrowserWindow::pageChanged(Tab& /*tab*/) { toolbarItem_.setNeedsValidation(); }
 
 void BrowserWindow::openElsewhere(const std::string& url) {
-  const auto parsed = NSURL::fromString(url);
-  if (parsed && platform_.workspace.openURL(*parsed)) return;
-  message_.show(fmt::format("No program of this computer opens “{}”.", url));
+  message_.ask(fmt::format("The page wants to open “{}” in another program.", url), "Open",
+               [this, url] {
+                 const auto parsed = NSURL::fromString(url);
+                 if (parsed && platform_.workspace.openURL(*parsed)) return;
+                 message_.show(fmt::format("No program of this computer opens “{}”.", url));
+               });
+}
+
+void BrowserWindow::pageFillsScreen(Tab& tab) {
+  const auto url = NSURL::fromString(tab.documentURL());
+  message_.show(fmt::format("{} fills the screen. Escape ends it.",
+                            url && url->host() ? *url->host() : "The page"));
 }
 
 void BrowserWindow::hideElementChosen(Tab& tab) {
@@ -197,7 +206,6 @@ void BrowserWindow::addKeys() {
       {"<Alt>Left", withTab(&Tab::goBack)},
       {"<Alt>Right", withTab(&Tab::goForward)},
       {"<Control>r|F5", withTab(&Tab::reload)},
-      {"Escape", [this] { return !address_.is_focus() && stop(); }},
       {"<Control>f", always([this] { withFront([](Tab& tab) { tab.findBar().open(); }); })},
       {"<Control>plus|<Control>equal|<Control>KP_Add", withTab(&Tab::zoomIn)},
       {"<Control>minus|<Control>KP_Subtract", withTab(&Tab::zoomOut)},
@@ -215,6 +223,8 @@ void BrowserWindow::addKeys() {
                          })});
   }
   addShortcuts(window_, shortcuts);
+  // Whatever has the keyboard may have its own use for it: the page, the picking of an element.
+  addShortcuts(window_, {{"Escape", [this] { return stop(); }}}, Gtk::PropagationPhase::BUBBLE);
 }
 
 }  // namespace orvane

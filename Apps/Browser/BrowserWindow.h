@@ -36,7 +36,7 @@ class BrowserWindow final : public TabOwner {
   TabStrip& tabs() { return tabs_; }
   AddressEntry& address() { return address_; }
   ToolbarItem& toolbarItem() { return toolbarItem_; }
-  const MessageBar& message() const { return message_; }
+  MessageBar& message() { return message_; }
   const std::shared_ptr<ExtensionWindow>& extensionWindow() const { return extensionWindow_; }
 
   void present() { window_.present(); }
@@ -50,6 +50,7 @@ class BrowserWindow final : public TabOwner {
   void pageChanged(Tab& tab) override;
   Tab& openTabFor(Tab& opener) override;
   void openElsewhere(const std::string& url) override;
+  void pageFillsScreen(Tab& tab) override;
   void hideElementChosen(Tab& tab) override;
   void sendToPage(Tab& tab, std::string_view message) override;
 

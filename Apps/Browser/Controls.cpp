@@ -14,9 +14,10 @@ void setUpIconButton(Gtk::Button& button, const std::string& icon, const std::st
   setAccessibleLabel(button, purpose);
 }
 
-void addShortcuts(Gtk::Widget& widget, const std::vector<Shortcut>& shortcuts) {
+void addShortcuts(Gtk::Widget& widget, const std::vector<Shortcut>& shortcuts,
+                  Gtk::PropagationPhase phase) {
   const auto controller = Gtk::ShortcutController::create();
-  controller->set_propagation_phase(Gtk::PropagationPhase::CAPTURE);
+  controller->set_propagation_phase(phase);
   for (const auto& shortcut : shortcuts) {
     const auto act = [action = shortcut.action](Gtk::Widget&, const Glib::VariantBase&) {
       return action();

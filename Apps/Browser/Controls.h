@@ -21,7 +21,9 @@ struct Shortcut {
   std::function<bool()> action;
 };
 
-/// Keys that work wherever in `widget` the keyboard is; they come before the widget's own.
-void addShortcuts(Gtk::Widget& widget, const std::vector<Shortcut>& shortcuts);
+/// Keys that work wherever in `widget` the keyboard is. As a rule they come before those of the
+/// widgets inside; in the bubble phase, after them.
+void addShortcuts(Gtk::Widget& widget, const std::vector<Shortcut>& shortcuts,
+                  Gtk::PropagationPhase phase = Gtk::PropagationPhase::CAPTURE);
 
 }  // namespace orvane

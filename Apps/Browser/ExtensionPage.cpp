@@ -16,7 +16,7 @@ void ExtensionPage::dispatchMessageToScriptWithName(std::string_view name) {
 
 std::optional<SFSafariPageProperties> ExtensionPage::properties() const {
   if (tab_ == nullptr) return std::nullopt;
-  return SFSafariPageProperties(NSURL::fromString(tab_->url()));
+  return SFSafariPageProperties(NSURL::fromString(tab_->documentURL()));
 }
 
 }  // namespace orvane

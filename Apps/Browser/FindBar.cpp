@@ -27,14 +27,11 @@ FindBar::FindBar(WebKitWebView* view, std::function<void()> closed)
   entry_.set_icon_from_icon_name("edit-find-symbolic");
   setAccessibleLabel(entry_, "Find on this page");
   result_.add_css_class("dim-label");
-  box_.add_css_class("find-bar");
-  box_.set_spacing(6);
-  box_.append(entry_);
-  box_.append(result_);
-  for (auto* button : {&previous_, &next_, &close_}) box_.append(*button);
-  set_child(box_);
-  set_transition_type(Gtk::RevealerTransitionType::SLIDE_UP);
-  set_reveal_child(false);
+  add_css_class("find-bar");
+  set_spacing(6);
+  append(entry_);
+  append(result_);
+  for (auto* button : {&previous_, &next_, &close_}) append(*button);
   set_visible(false);
 
   entry_.signal_changed().connect(sigc::mem_fun(*this, &FindBar::find));
@@ -53,11 +50,10 @@ FindBar::FindBar(WebKitWebView* view, std::function<void()> closed)
                         }}});
 
   const auto found = [](WebKitFindController*, guint count, gpointer self) {
-    static_cast<FindBar*>(self)->show(count == 1 ? "1 match" : fmt::format("{} matches", count),
-                                      false);
+    static_cast<FindBar*>(self)->showMatches(count);
   };
   const auto missing = [](WebKitFindController*, gpointer self) {
-    static_cast<FindBar*>(self)->show("No matches", true);
+    static_cast<FindBar*>(self)->showMatches(0);
   };
   g_signal_connect(controller_, "found-text", G_CALLBACK(+found), this);
   g_signal_connect(controller_, "failed-to-find-text", G_CALLBACK(+missing), this);
@@ -69,14 +65,12 @@ FindBar::~FindBar() { g_signal_handlers_disconnect_by_data(controller_, this); }
 /// would not take the place of the text that is there.
 void FindBar::open() {
   set_visible(true);
-  set_reveal_child(true);
   entry_.grab_focus();
   entry_.select_region(0, -1);
 }
 
 void FindBar::close() {
   if (!isOpen()) return;
-  set_reveal_child(false);
   set_visible(false);
   webkit_find_controller_search_finish(controller_);
   hasSearched_ = false;
@@ -101,6 +95,13 @@ void FindBar::findNext() {
 void FindBar::findPrevious() {
   if (!hasSearched_) return find();
   webkit_find_controller_search_previous(controller_);
+}
+
+/// The answer to a search may come after the bar was closed or emptied.
+void FindBar::showMatches(unsigned count) {
+  if (!hasSearched_) return;
+  if (count == 0) return show("No matches", true);
+  show(count == 1 ? "1 match" : fmt::format("{} matches", count), false);
 }
 
 void FindBar::show(const Glib::ustring& result, bool isMissing) {

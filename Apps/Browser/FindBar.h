@@ -8,7 +8,7 @@
 namespace orvane {
 
 /// Finds text on the page of one view, from a bar that is open while the user wants it.
-class FindBar final : public Gtk::Revealer {
+class FindBar final : public Gtk::Box {
  public:
   /// `view` outlives the bar. `closed` is called when the user is done, for the page to get the
   /// keyboard.
@@ -20,7 +20,7 @@ class FindBar final : public Gtk::Revealer {
   /// Opens the bar, if it is not open, with the keyboard in its entry.
   void open();
   void close();
-  bool isOpen() const { return get_reveal_child(); }
+  bool isOpen() const { return get_visible(); }
   void findNext();
   void findPrevious();
 
@@ -29,12 +29,12 @@ class FindBar final : public Gtk::Revealer {
 
  private:
   void find();
+  void showMatches(unsigned count);
   void show(const Glib::ustring& result, bool isMissing);
 
   WebKitFindController* controller_;
   bool hasSearched_ = false;
   std::function<void()> closed_;
-  Gtk::Box box_;
   Gtk::Entry entry_;
   Gtk::Label result_;
   Gtk::Button previous_;

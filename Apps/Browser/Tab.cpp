@@ -125,6 +125,11 @@ void Tab::connectSignals() {
         tabOf(data).decideNavigation(WEBKIT_NAVIGATION_POLICY_DECISION(decision)));
   };
   on("decide-policy", G_CALLBACK(+decide));
+  const auto fillsScreen = [](WebKitWebView*, gpointer data) -> gboolean {
+    tabOf(data).owner_.pageFillsScreen(tabOf(data));
+    return FALSE;
+  };
+  on("enter-fullscreen", G_CALLBACK(+fillsScreen));
   const auto contextMenu = [](WebKitWebView*, WebKitContextMenu* menu, WebKitHitTestResult*,
                               gpointer data) -> gboolean {
     webkit_context_menu_append(menu, webkit_context_menu_item_new_separator());
@@ -197,12 +202,15 @@ void Tab::urlChanged() {
   const char* url = webkit_web_view_get_uri(view_.get());
   if (url == nullptr || *url == '\0') return;
   url_ = url;
+  if (hasDocument_ || !isLoading()) documentURL_ = url;
   owner_.tabChanged(*this);
   owner_.pageChanged(*this);
 }
 
 void Tab::loadChanged(WebKitLoadEvent event) {
-  if (event != WEBKIT_LOAD_COMMITTED) return;
+  hasDocument_ = event == WEBKIT_LOAD_COMMITTED;
+  if (!hasDocument_) return;
+  documentURL_ = url_;
   if (!std::exchange(isLoadingBehindNotice_, false)) notice_.set_visible(false);
   owner_.tabChanged(*this);
   owner_.pageChanged(*this);

@@ -31,6 +31,8 @@ class TabOwner {
   virtual void closeTab(Tab& tab) = 0;
   /// The user has followed a link that another program is for.
   virtual void openElsewhere(const std::string& url) = 0;
+  /// The page is to fill the screen, so that the window's controls go.
+  virtual void pageFillsScreen(Tab& tab) = 0;
   virtual void hideElementChosen(Tab& tab) = 0;
   virtual void sendToPage(Tab& tab, std::string_view message) = 0;
 };
@@ -56,6 +58,9 @@ class Tab {
 
   /// Empty until something is loaded. A page that has stopped keeps its URL.
   const std::string& url() const { return url_; }
+  /// Of the document that is there: while another one is only being asked for, `url()` is of that
+  /// already.
+  const std::string& documentURL() const { return documentURL_; }
   std::string title() const;
   double progress() const { return webkit_web_view_get_estimated_load_progress(view_.get()); }
   bool isLoading() const { return webkit_web_view_is_loading(view_.get()) != FALSE; }
@@ -101,6 +106,9 @@ class Tab {
   std::shared_ptr<ExtensionPage> page_;
   std::shared_ptr<SFSafariTab> extensionTab_;
   std::string url_;
+  std::string documentURL_;
+  /// The load that goes on has brought its document.
+  bool hasDocument_ = false;
   Glib::RefPtr<Gio::SimpleAction> hideElement_;
   /// The document that stands behind a notice, so that the view is at the URL that failed, is being
   /// loaded.

@@ -27,6 +27,7 @@ LoopbackProxy::Request requestOf(SoupServerMessage* message, const char* scheme)
 }
 
 void respond(SoupServerMessage* message, const LoopbackProxy::Response& response) {
+  if (response.isHeldBack) return soup_server_message_pause(message);
   auto* headers = soup_server_message_get_response_headers(message);
   soup_message_headers_replace(headers, "Cache-Control", "no-store");
   for (const auto& [name, value] : response.headers) {

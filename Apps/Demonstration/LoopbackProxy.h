@@ -36,6 +36,7 @@ class LoopbackProxy {
     std::string body;
     std::vector<std::pair<std::string, std::string>> headers;
     unsigned status = 200;
+    bool isHeldBack = false;  ///< the answer never comes
   };
 
   using Handler = std::function<Response(const Request&)>;

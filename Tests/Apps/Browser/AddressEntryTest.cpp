@@ -62,5 +62,41 @@ TEST_F(AddressEntry, keepsWhatIsBeingTypedAndEscapeBringsTheURLBack) {
   EXPECT_TRUE(becomes([&] { return window().address().get_text() == "http://news.test/later"; }));
 }
 
+TEST_F(AddressEntry, tellsWhereThePageIsWhateverItAsksFor) {
+  serve("news.test", "/", "<title>News</title>");
+  holdBack("bank.test", "/");
+  auto& tab = startAt("http://news.test/");
+  value(tab, "location = 'http://bank.test/'");
+  const auto isAskedFor = [&] { return proxy_->log().back().host == "bank.test"; };
+  ASSERT_TRUE(becomes(isAskedFor));
+  settle();
+  EXPECT_EQ(window().address().get_text(), "http://news.test/");
+}
+
+TEST_F(AddressEntry, hasNoPadlockBesideWhatIsTyped) {
+  serve("news.test", "/", "<title>News</title>");
+  startAt("http://news.test/");
+  ASSERT_EQ(window().address().get_icon_name(), "channel-insecure-symbolic");
+  press("ctrl+l");
+  type("b");
+  EXPECT_TRUE(becomes([&] { return window().address().get_icon_name().empty(); }));
+  press("Escape");
+  EXPECT_TRUE(
+      becomes([&] { return window().address().get_icon_name() == "channel-insecure-symbolic"; }));
+}
+
+TEST_F(AddressEntry, hasEscapeForItselfWhileAPageLoads) {
+  serve("news.test", "/", "<img src=/slow.png>");
+  holdBack("news.test", "/slow.png");
+  start({"http://news.test/"});
+  ASSERT_TRUE(becomes([&] { return front().documentURL() == "http://news.test/"; }));
+  press("ctrl+l");
+  type("b");
+  ASSERT_TRUE(becomes([&] { return window().address().get_text() == "b"; }));
+  press("Escape");
+  EXPECT_TRUE(becomes([&] { return window().address().get_text() == "http://news.test/"; }));
+  EXPECT_TRUE(front().isLoading());
+}
+
 }  // namespace
 }  // namespace orvane::test

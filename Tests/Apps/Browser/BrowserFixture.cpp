@@ -41,6 +41,11 @@ void BrowserMachine::serve(const std::string& host, const std::string& path,
                 {.contentType = "text/html; charset=utf-8", .body = html, .headers = {}});
 }
 
+void BrowserMachine::holdBack(const std::string& host, const std::string& path) {
+  proxy_->serve(host, path,
+                {.contentType = "text/html", .body = "", .headers = {}, .isHeldBack = true});
+}
+
 BrowserOptions BrowserMachine::options() {
   BrowserOptions options;
   options.proxyURL = proxy_->url();

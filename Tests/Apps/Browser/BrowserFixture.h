@@ -24,6 +24,8 @@ class BrowserMachine : public ::testing::Test {
 
   /// Serves a page at this address.
   void serve(const std::string& host, const std::string& path, const std::string& html);
+  /// Takes requests for that address and never answers them.
+  void holdBack(const std::string& host, const std::string& path);
   BrowserOptions options();
 
   /// Whether it comes true in time.

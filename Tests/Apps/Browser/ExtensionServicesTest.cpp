@@ -56,6 +56,22 @@ TEST_F(ExtensionServices, pageTellsTheURLOfTheView) {
   EXPECT_EQ(answer.properties->nullableURL()->absoluteString(), "http://news.test/");
 }
 
+TEST_F(ExtensionServices, pageHasTheURLOfItsDocumentWhileAnotherIsOnlyAskedFor) {
+  serve("news.test", "/", "<p>News");
+  serve("other.test", "/", "<p>Other");
+  startAt("http://news.test/");
+  front().open("http://other.test/");
+  ASSERT_EQ(front().url(), "http://other.test/");
+  const auto urlOfPage = [&] {
+    return propertiesOf(*pageInFront()).properties->nullableURL()->absoluteString();
+  };
+  EXPECT_EQ(front().documentURL(), "http://news.test/");
+  EXPECT_TRUE(becomes([&] { return front().documentURL() == "http://other.test/"; }));
+  EXPECT_EQ(urlOfPage(), "http://other.test/");
+  value(front(), "history.pushState(null, '', '/elsewhere')");
+  EXPECT_TRUE(becomes([&] { return urlOfPage() == "http://other.test/elsewhere"; }));
+}
+
 TEST_F(ExtensionServices, pageOfAnEmptyTabHasNoURL) {
   start();
   const auto answer = propertiesOf(*pageInFront());

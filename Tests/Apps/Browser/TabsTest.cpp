@@ -99,12 +99,18 @@ TEST_F(Tabs, openForLinksThatArePressedWithControl) {
   EXPECT_EQ(tabs().at(0)->url(), "http://news.test/");
 }
 
-TEST_F(Tabs, leaveLinksToOtherProgramsToThem) {
+TEST_F(Tabs, leaveLinksToOtherProgramsToThemOnceTheUserAgrees) {
   serve("news.test", "/",
         "<a href='mailto:mia@news.test' style='position:fixed;inset:0'>Write</a>");
   auto& tab = startAt("http://news.test/");
   input({"mousemove", "400", "400", "click", "1"});
+  ASSERT_TRUE(becomes([&] { return !window().message().message().empty(); }));
+  EXPECT_EQ(window().message().message(),
+            "The page wants to open “mailto:mia@news.test” in another program.");
+  EXPECT_TRUE(workspace_.openedURLs.empty());
+  gtk_widget_activate(GTK_WIDGET(window().message().answer().gobj()));
   ASSERT_TRUE(becomes([&] { return !workspace_.openedURLs.empty(); }));
+  EXPECT_EQ(window().message().message(), "");
   EXPECT_EQ(workspace_.openedURLs, std::vector<std::string>{"mailto:mia@news.test"});
   EXPECT_EQ(tab.url(), "http://news.test/");
 }
@@ -116,6 +122,40 @@ TEST_F(Tabs, startNoOtherProgramUnlessTheUserWantsIt) {
   startAt("http://news.test/");
   EXPECT_TRUE(becomes([&] { return front().title() == "Still here"; }));
   EXPECT_TRUE(workspace_.openedURLs.empty());
+}
+
+TEST_F(Tabs, stopToLoadOnEscapeWhenThePageHasNoUseForIt) {
+  serve("news.test", "/", "<img src=/slow.png>");
+  holdBack("news.test", "/slow.png");
+  start({"http://news.test/"});
+  ASSERT_TRUE(becomes([&] { return front().documentURL() == "http://news.test/"; }));
+  value(front(),
+        "addEventListener('keydown', (event) => { if (!window.isDone) event.preventDefault(); "
+        "window.isDone = true; })");
+  press("Escape");
+  ASSERT_TRUE(becomes([&] { return value(front(), "window.isDone") == "true"; }));
+  EXPECT_TRUE(front().isLoading());
+  press("Escape");
+  EXPECT_TRUE(becomes([&] { return !front().isLoading(); }));
+}
+
+TEST_F(Tabs, sayWhoFillsTheScreen) {
+  serve("news.test", "/",
+        "<p onclick='this.requestFullscreen()' style='position:fixed;inset:0'>Film");
+  startAt("http://news.test/");
+  input({"mousemove", "400", "400", "click", "1"});
+  ASSERT_TRUE(becomes([&] { return window().message().get_mapped(); }));
+  EXPECT_EQ(window().message().message(), "news.test fills the screen. Escape ends it.");
+}
+
+TEST_F(Tabs, keepTheirPlaceBelowALongMessage) {
+  start();
+  const auto height = [&] { return front().widget().get_height(); };
+  ASSERT_TRUE(becomes([&] { return height() > 0; }));
+  const auto before = height();
+  window().message().show(std::string(20'000, 'x'));
+  ASSERT_TRUE(becomes([&] { return height() != before; }));
+  EXPECT_GT(height(), before * 3 / 4);
 }
 
 }  // namespace
