@@ -61,6 +61,8 @@ Browser::Browser(const BrowserOptions& options, LineOutput& systemLog, std::func
                      if (pageScript_) pageScript_->dispatch(tab.view(), tab.token(), message);
                    },
                .openPopover = [this](SFSafariExtensionViewController&) { openPopover(); }}),
+      downloads_(engine_.network(),
+                 [this](const std::string& message) { window_.message().show(message); }),
       pauseObservation_(extension_.process().defaults().addObserver(
           Communication::pausedKey, [this] { application_.setToolbarItemsNeedUpdate(); })) {
   loadStyle();

@@ -7,6 +7,7 @@
 #include "Apps/Browser/BrowserWindow.h"
 #include "Apps/Browser/ColorScheme.h"
 #include "Apps/Browser/ContentBlocking.h"
+#include "Apps/Browser/Downloads.h"
 #include "Apps/Browser/ExtensionApplication.h"
 #include "Apps/Browser/ExtensionPopover.h"
 #include "Apps/Browser/SettingsWindow.h"
@@ -54,6 +55,7 @@ class Browser {
   WebEngine engine_;
   ContentBlocking contentBlocking_;
   BrowserWindow window_;
+  Downloads downloads_;
   std::unique_ptr<PageScript> pageScript_;
   std::unique_ptr<ExtensionPopover> popover_;
   std::unique_ptr<SettingsWindow> settings_;
