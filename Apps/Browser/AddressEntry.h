@@ -33,7 +33,7 @@ class AddressEntry final : public Gtk::Entry {
   void focus();
 
  private:
-  bool isEdited() const { return get_text() != shown_; }
+  bool isEdited() const { return get_text().raw() != shown_.raw(); }
   void updateIcon();
   void selectAll();
   void show(const std::string& url);
