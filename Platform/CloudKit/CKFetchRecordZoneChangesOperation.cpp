@@ -15,7 +15,8 @@ std::function<void()> CKFetchRecordZoneChangesOperation::perform(
   auto fetched = refusal ? CKResult<CloudChanges>(tl::unexpected(*refusal))
                          : connection.backend.fetchChanges(zoneID_, token_, pageSize, call());
   if (!fetched) {
-    return [this, error = std::move(fetched.error())] { completion_({.token = {}, .error = error}); };
+    return
+        [this, error = std::move(fetched.error())] { completion_({.token = {}, .error = error}); };
   }
   // Functions are copied, a page of records should not be.
   return [this, changes = std::make_shared<CloudChanges>(*std::move(fetched))] {
