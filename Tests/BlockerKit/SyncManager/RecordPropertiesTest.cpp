@@ -54,9 +54,9 @@ RC_GTEST_PROP(RecordProperties, ARuleComesBackFromTheQueueAndTheCloudAsItWas, ()
 RC_GTEST_PROP(RecordProperties, APackageComesBackWithoutItsRules, ()) {
   const auto identifier = *recordNames();
   const auto name = travelling(*texts());
-  const auto records =
-      recordsToSave(RecordKind::package, {{identifier, packageFieldDictionary(name)}}, {},
-                    rulesZone, SyncProcess().machine.systemLog);
+  RecordingOutput log;
+  const auto records = recordsToSave(
+      RecordKind::package, {{identifier, packageFieldDictionary(name)}}, {}, rulesZone, log);
   RC_ASSERT(records.size() == 1U);
   RC_ASSERT(packageFromRecord(records.front()) == (Package{identifier, name, {}}));
 }
