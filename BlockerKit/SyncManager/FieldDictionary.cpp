@@ -17,31 +17,31 @@ PropertyListValue rawValues(const std::vector<Enum>& values) {
 }
 
 void addTrigger(FieldDictionary& fields, const Trigger& trigger) {
-  fields.emplace(recordField::urlFilter, trigger.urlFilter);
-  fields.emplace(recordField::caseSensitive, trigger.caseSensitive);
+  fields.emplace(RecordField::urlFilter, trigger.urlFilter);
+  fields.emplace(RecordField::caseSensitive, trigger.caseSensitive);
   if (trigger.resourceTypes) {
-    fields.emplace(recordField::resourceTypes, rawValues(*trigger.resourceTypes));
+    fields.emplace(RecordField::resourceTypes, rawValues(*trigger.resourceTypes));
   }
-  if (trigger.loadType) fields.emplace(recordField::loadType, rawValues(*trigger.loadType));
+  if (trigger.loadType) fields.emplace(RecordField::loadType, rawValues(*trigger.loadType));
   if (const auto& filter = trigger.domainFilter) {
-    fields.emplace(recordField::domainFilterType, std::string(rawValue(filter->type)));
-    fields.emplace(recordField::domainFilterValues, toPropertyList(filter->values));
+    fields.emplace(RecordField::domainFilterType, std::string(rawValue(filter->type)));
+    fields.emplace(RecordField::domainFilterValues, toPropertyList(filter->values));
   }
 }
 
 void addAction(FieldDictionary& fields, const Action& action) {
-  fields.emplace(recordField::actionType, std::string(rawValue(action.type())));
-  if (action.selector()) fields.emplace(recordField::selector, *action.selector());
+  fields.emplace(RecordField::actionType, std::string(rawValue(action.type())));
+  if (action.selector()) fields.emplace(RecordField::selector, *action.selector());
 }
 
 }  // namespace
 
 FieldDictionary packageFieldDictionary(const std::string& name) {
-  return {{recordField::name, name}};
+  return {{RecordField::name, name}};
 }
 
 FieldDictionary ruleFieldDictionary(const Rule& rule, const std::string& packageIdentifier) {
-  FieldDictionary fields{{recordField::name, rule.name}, {recordField::package, packageIdentifier}};
+  FieldDictionary fields{{RecordField::name, rule.name}, {RecordField::package, packageIdentifier}};
   addTrigger(fields, rule.blocker.trigger);
   addAction(fields, rule.blocker.action);
   return fields;

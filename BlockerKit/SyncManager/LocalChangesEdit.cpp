@@ -116,7 +116,7 @@ void LocalChangesEdit::replaceAdded(const std::vector<Package>& packages) {
 /// A rule without the name of its package would be nobody's.
 bool LocalChangesEdit::canTravel(const std::string& identifier,
                                  const FieldDictionary& fields) const {
-  const auto package = fields.find(recordField::package);
+  const auto package = fields.find(RecordField::package);
   const bool hasPackageName =
       package == fields.end() || canBeRecordName(*package->second.as<std::string>());
   const bool can =

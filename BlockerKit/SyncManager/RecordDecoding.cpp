@@ -61,8 +61,8 @@ class FieldReader {
 };
 
 std::optional<DomainFilter> domainFilter(FieldReader& reader) {
-  const auto word = reader.optional<std::string>(recordField::domainFilterType);
-  auto values = reader.optional<std::vector<std::string>>(recordField::domainFilterValues);
+  const auto word = reader.optional<std::string>(RecordField::domainFilterType);
+  auto values = reader.optional<std::vector<std::string>>(RecordField::domainFilterValues);
   if (!word && !values) return std::nullopt;
   const auto type = word ? fromRawValue<DomainFilterType>(*word) : std::nullopt;
   if (type && values) return DomainFilter{*type, *std::move(values)};
@@ -71,10 +71,10 @@ std::optional<DomainFilter> domainFilter(FieldReader& reader) {
 }
 
 Trigger trigger(FieldReader& reader) {
-  return {.urlFilter = reader.text(recordField::urlFilter),
-          .caseSensitive = reader.boolean(recordField::caseSensitive),
-          .resourceTypes = reader.cases<ResourceType>(recordField::resourceTypes),
-          .loadType = reader.cases<LoadType>(recordField::loadType),
+  return {.urlFilter = reader.text(RecordField::urlFilter),
+          .caseSensitive = reader.boolean(RecordField::caseSensitive),
+          .resourceTypes = reader.cases<ResourceType>(RecordField::resourceTypes),
+          .loadType = reader.cases<LoadType>(RecordField::loadType),
           .domainFilter = domainFilter(reader)};
 }
 
@@ -82,9 +82,9 @@ Trigger trigger(FieldReader& reader) {
 
 std::optional<Rule> ruleFromRecord(const CKRecord& record) {
   FieldReader reader(record);
-  auto name = reader.text(recordField::name);
-  const auto type = fromRawValue<ActionType>(reader.text(recordField::actionType));
-  auto selector = reader.optional<std::string>(recordField::selector);
+  auto name = reader.text(RecordField::name);
+  const auto type = fromRawValue<ActionType>(reader.text(RecordField::actionType));
+  auto selector = reader.optional<std::string>(RecordField::selector);
   auto ruleTrigger = trigger(reader);
   if (reader.failed() || !type) return std::nullopt;
   return Rule{record.recordID().recordName,
@@ -93,13 +93,13 @@ std::optional<Rule> ruleFromRecord(const CKRecord& record) {
 }
 
 std::optional<std::string> packageIdentifierFromRecord(const CKRecord& record) {
-  const auto* reference = record.as<CKReference>(recordField::package);
+  const auto* reference = record.as<CKReference>(RecordField::package);
   if (reference == nullptr) return std::nullopt;
   return reference->recordID.recordName;
 }
 
 std::optional<Package> packageFromRecord(const CKRecord& record) {
-  const auto* name = record.as<std::string>(recordField::name);
+  const auto* name = record.as<std::string>(RecordField::name);
   if (name == nullptr) return std::nullopt;
   return Package{record.recordID().recordName, *name, {}};
 }

@@ -2,22 +2,24 @@
 
 #include <array>
 
+namespace orvane {
+
 /// The names of the fields of records.
-namespace orvane::recordField {
+struct RecordField {
+  static constexpr const char* name = "name";
+  static constexpr const char* package = "package";
+  static constexpr const char* urlFilter = "urlFilter";
+  static constexpr const char* caseSensitive = "caseSensitive";
+  static constexpr const char* resourceTypes = "resourceTypes";
+  static constexpr const char* loadType = "loadType";
+  static constexpr const char* domainFilterType = "domainFilterType";
+  static constexpr const char* domainFilterValues = "domainFilterValues";
+  static constexpr const char* actionType = "actionType";
+  static constexpr const char* selector = "selector";
 
-inline constexpr const char* name = "name";
-inline constexpr const char* package = "package";
-inline constexpr const char* urlFilter = "urlFilter";
-inline constexpr const char* caseSensitive = "caseSensitive";
-inline constexpr const char* resourceTypes = "resourceTypes";
-inline constexpr const char* loadType = "loadType";
-inline constexpr const char* domainFilterType = "domainFilterType";
-inline constexpr const char* domainFilterValues = "domainFilterValues";
-inline constexpr const char* actionType = "actionType";
-inline constexpr const char* selector = "selector";
+  /// Those that a rule may lack.
+  static constexpr std::array optional{selector, domainFilterType, domainFilterValues,
+                                       resourceTypes, loadType};
+};
 
-/// Those that a rule may lack.
-inline constexpr std::array optional{selector, domainFilterType, domainFilterValues, resourceTypes,
-                                     loadType};
-
-}  // namespace orvane::recordField
+}  // namespace orvane

@@ -29,7 +29,7 @@ std::optional<CKRecordValue> recordValue(const PropertyListValue& value) {
 std::optional<CKRecordValue> fieldValue(const std::string& key, const PropertyListValue& value,
                                         const CKRecordZoneID& zoneID) {
   const auto* text = value.as<std::string>();
-  if (key != recordField::package || text == nullptr) return recordValue(value);
+  if (key != RecordField::package || text == nullptr) return recordValue(value);
   if (!canBeRecordName(*text)) return std::nullopt;
   return CKReference{{*text, zoneID}, CKReferenceAction::none};
 }
@@ -49,8 +49,8 @@ CKRecord recordWithSystemFields(RecordKind kind, CKRecordID recordID,
 
 void setFields(CKRecord& record, const FieldDictionary& fields, LineOutput& systemLog) {
   for (const auto& [key, value] : fields) {
-    if (auto found = fieldValue(key, value, record.recordID().zoneID)) {
-      record.setValue(key, std::move(found));
+    if (const auto found = fieldValue(key, value, record.recordID().zoneID)) {
+      record.setValue(key, found);
     } else {
       systemLog.print(fmt::format("No record can hold the field {} of {}; it is not synced",
                                   quoted(key), quoted(record.recordID().recordName)));
@@ -59,7 +59,7 @@ void setFields(CKRecord& record, const FieldDictionary& fields, LineOutput& syst
 }
 
 void markOptionalFieldsChanged(CKRecord& record) {
-  for (const auto* key : recordField::optional) record.setValue(key, record.value(key));
+  for (const auto* key : RecordField::optional) record.setValue(key, record.value(key));
 }
 
 }  // namespace
