@@ -74,10 +74,12 @@ void LocalChangesEdit::removeAdded(const Identifiers& identifiers, RecordKind ki
 
 void LocalChangesEdit::markDeleted(const Identifiers& identifiers, RecordKind kind) {
   auto list = stringsUnder(deletedKey(kind), transaction_);
-  std::unordered_set<std::string> listed(list.begin(), list.end());
+  std::unordered_set<std::string_view> unlisted(identifiers.begin(), identifiers.end());
+  for (const auto& listed : list) unlisted.erase(listed);
   for (const auto& identifier : identifiers) {
     // What no record is named was never saved to the cloud.
-    if (canBeRecordName(identifier) && listed.insert(identifier).second) list.push_back(identifier);
+    const bool isNew = unlisted.erase(identifier) != 0;
+    if (isNew && canBeRecordName(identifier)) list.push_back(identifier);
   }
   transaction_.setValue(deletedKey(kind), toPropertyList(list));
 }
