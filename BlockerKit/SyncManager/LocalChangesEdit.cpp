@@ -9,7 +9,7 @@
 
 #include "BlockerKit/Support/Quoted.h"
 #include "BlockerKit/SyncManager/RecordField.h"
-#include "BlockerKit/SyncManager/RecordText.h"
+#include "Platform/CloudKit/RecordText.h"
 
 namespace orvane {
 namespace {

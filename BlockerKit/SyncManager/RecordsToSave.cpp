@@ -10,7 +10,7 @@
 #include "BlockerKit/SyncManager/FieldDictionary.h"
 #include "BlockerKit/SyncManager/RecordField.h"
 #include "BlockerKit/SyncManager/RecordMetadata.h"
-#include "BlockerKit/SyncManager/RecordText.h"
+#include "Platform/CloudKit/RecordText.h"
 
 namespace orvane {
 namespace {

@@ -25,12 +25,6 @@ std::string trimmed(std::string_view text) {
   return std::string(text.substr(start, text.find_last_not_of(blanks) - start + 1));
 }
 
-/// A word by itself names a service.
-std::string addressOf(const std::string& text) {
-  const bool isWord = text.find_first_of("=:/ ") == std::string::npos;
-  return isWord ? "service=" + text : text;
-}
-
 Expected<std::string> privateContents(const std::filesystem::path& path) {
   const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
   if (!file) return tl::unexpected(posixError("open", path));
@@ -81,6 +75,11 @@ Expected<CloudAccount> CloudAccount::read(const char* environment,
   account.address = addressOf(entry);
   account.file = *file;
   return account;
+}
+
+std::string CloudAccount::addressOf(const std::string& text) {
+  const bool isWord = text.find_first_of("=:/ ") == std::string::npos;
+  return isWord ? "service=" + text : text;
 }
 
 std::optional<std::filesystem::path> CloudAccount::defaultFile(

@@ -24,6 +24,9 @@ struct CloudAccount {
   static Expected<CloudAccount> read(const char* environment,
                                      const std::optional<std::filesystem::path>& file);
 
+  /// What `text` stands for: a word by itself names a service.
+  static std::string addressOf(const std::string& text);
+
   /// `cloud` in the folder of the user's settings for this program.
   static std::optional<std::filesystem::path> defaultFile(
       const std::optional<std::filesystem::path>& configurationFolder);

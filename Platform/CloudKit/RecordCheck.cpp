@@ -2,17 +2,16 @@
 
 #include <algorithm>
 #include <set>
-#include <string_view>
 #include <utility>
 
 #include <fmt/format.h>
-#include <simdjson.h>
+
+#include "Platform/CloudKit/RecordText.h"
 
 namespace orvane {
 namespace {
 
 constexpr std::size_t mostItems = 400;
-constexpr std::size_t longestName = 255;
 
 CKError makeError(CKErrorCode code, std::string description) {
   CKError error;
@@ -25,21 +24,12 @@ CKError invalid(std::string description) {
   return makeError(CKErrorCode::invalidArguments, std::move(description));
 }
 
-bool isStorable(std::string_view text) {
-  return text.find('\0') == std::string_view::npos &&
-         simdjson::validate_utf8(text.data(), text.size());
-}
-
-bool isName(std::string_view text) {
-  return !text.empty() && text.size() <= longestName && isStorable(text);
-}
-
 struct StorableValue {
   bool operator()(bool) const { return true; }
   bool operator()(std::int64_t) const { return true; }
-  bool operator()(const std::string& text) const { return isStorable(text); }
+  bool operator()(const std::string& text) const { return canBeRecordText(text); }
   bool operator()(const std::vector<std::string>& list) const {
-    return std::all_of(list.begin(), list.end(), isStorable);
+    return std::all_of(list.begin(), list.end(), canBeRecordText);
   }
   bool operator()(const CKReference& reference) const { return !problemWith(reference.recordID); }
 };
@@ -73,16 +63,18 @@ class ItemChecks {
 }  // namespace
 
 std::optional<CKError> problemWith(const CKRecordID& recordID) {
-  if (isName(recordID.recordName) && isName(recordID.zoneID.zoneName)) return std::nullopt;
+  if (canBeRecordName(recordID.recordName) && canBeRecordName(recordID.zoneID.zoneName))
+    return std::nullopt;
   return invalid("The name of a record or of its zone cannot be stored.");
 }
 
 std::optional<CKError> problemWith(const CKRecord& record) {
   if (auto problem = problemWith(record.recordID())) return problem;
-  if (!isName(record.recordType())) return invalid("The type of a record cannot be stored.");
+  if (!canBeRecordName(record.recordType()))
+    return invalid("The type of a record cannot be stored.");
   for (const auto& key : record.allKeys()) {
     const auto value = record.value(key);
-    if (isName(key) && (!value || std::visit(StorableValue{}, *value))) continue;
+    if (canBeRecordName(key) && (!value || std::visit(StorableValue{}, *value))) continue;
     return invalid(fmt::format("A text in “{}” of the record “{}” cannot be stored.", key,
                                record.recordID().recordName));
   }

@@ -1,4 +1,4 @@
-#include "BlockerKit/SyncManager/RecordText.h"
+#include "Platform/CloudKit/RecordText.h"
 
 #include <simdjson.h>
 
