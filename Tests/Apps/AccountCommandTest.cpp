@@ -68,11 +68,11 @@ class CloudCommand : public AccountCommand {
   }
 
   PrivateCluster cluster;
-  std::string administrator = cluster.connectionString("postgres");
+  std::string administrator = cluster.connectionString("postgres", "postgres");
 };
 
 TEST_F(CloudCommand, preparesADatabaseAndGivesAUserAnAccount) {
-  choose(cluster.connectionString("mia"));
+  choose(cluster.connectionString("mia", "postgres"));
   EXPECT_EQ(orvane({"account"}).exitStatus, 1) << "nothing is prepared";
 
   const auto installed = orvane({"cloud", "install", administrator});
@@ -96,7 +96,7 @@ TEST_F(CloudCommand, saysWhatIsMissing) {
   EXPECT_THAT(unprepared.errors, HasSubstr("'orvane cloud install' prepares the database."));
   ASSERT_EQ(orvane({"cloud", "install", administrator}).exitStatus, 0);
   ASSERT_EQ(orvane({"cloud", "add-user", "mia", administrator}).exitStatus, 0);
-  choose(cluster.connectionString("nobody-known"));
+  choose(cluster.connectionString("nobody-known", "postgres"));
   const auto unknown = orvane({"account"});
   EXPECT_EQ(unknown.exitStatus, 1);
   EXPECT_THAT(unknown.errors, HasSubstr("'orvane cloud add-user'"));
@@ -113,7 +113,7 @@ TEST_F(CloudCommand, setsThePasswordFromTheInput) {
   ASSERT_EQ(added.exitStatus, 0) << added.errors;
   EXPECT_THAT(added.output + added.errors, Not(HasSubstr("sesame")));
 
-  const auto guarded = cluster.connectionString("guarded");
+  const auto guarded = cluster.connectionString("guarded", "postgres");
   EXPECT_EQ(
       orvane({"account"}, {{"ORVANE_CLOUD", guarded + " password='close sesame'"}}).exitStatus, 1);
   put(work / "passwords", "*:*:*:guarded:open sesame\n");
@@ -128,7 +128,8 @@ TEST_F(CloudCommand, refusesWhatIsNoAddressAndWhoMayNot) {
   EXPECT_EQ(orvane({"cloud", "install", "no address"}).exitStatus, 1);
   ASSERT_EQ(orvane({"cloud", "install", administrator}).exitStatus, 0);
   ASSERT_EQ(orvane({"cloud", "add-user", "mia", administrator}).exitStatus, 0);
-  const auto run = orvane({"cloud", "add-user", "noa", cluster.connectionString("mia")});
+  const auto run =
+      orvane({"cloud", "add-user", "noa", cluster.connectionString("mia", "postgres")});
   EXPECT_EQ(run.exitStatus, 1);
   EXPECT_THAT(run.errors, Not(::testing::IsEmpty()));
 }
