@@ -30,6 +30,9 @@ void registerPopover();
 /// Shared user defaults, beside the database that they are kept in and beside a pipe.
 void registerDefaults();
 
+/// Changes of a queue in which 150,000 rules wait for the cloud, beside the same in an empty one.
+void registerQueue();
+
 /// What the program does when it is started with this option and the path of user defaults: until
 /// it is killed it sets "pong" whenever "ping" changes.
 inline constexpr const char* echoDefaultsOption = "--echo-defaults";

@@ -1,10 +1,15 @@
 #include "Linux/LinuxPlatform.h"
 
-#include <memory>
+#include <cstdlib>
+#include <fstream>
+#include <string>
 
 #include "Linux/GLib/UUID.h"
 #include "Linux/Posix/ProgramFolder.h"
-#include "Platform/Foundation/ThreadExecutor.h"
+#include "Linux/PostgreSQL/PostgreSQLCloud.h"
+#include "Linux/RefusedCloud.h"
+#include "Linux/SQLite/SQLiteCloud.h"
+#include "Platform/Foundation/ContentHash.h"
 
 namespace orvane {
 namespace {
@@ -12,6 +17,14 @@ namespace {
 std::filesystem::path below(const std::optional<std::filesystem::path>& folder,
                             const std::filesystem::path& path) {
   return folder ? *folder / path : std::filesystem::path();
+}
+
+/// Another one for every machine, and for every home folder on it.
+std::string deviceName(const std::filesystem::path& container) {
+  std::ifstream file("/etc/machine-id");
+  std::string machine;
+  std::getline(file, machine);
+  return contentHash(machine + " " + container.string());
 }
 
 }  // namespace
@@ -22,6 +35,7 @@ LinuxPlatform::LinuxPlatform(std::string_view applicationGroup, int standardOutp
       directories_(XDGDirectories::ofThisProcess()),
       container_(below(directories_.userDirectories().groupContainers, applicationGroup)),
       browserSettings_(below(directories_.config, "orvane/browser.ini")),
+      cloudFile_(below(directories_.data, "orvane/Cloud.sqlite")),
       fileManager_(fileSystem_, directories_.userDirectories()),
       mainBundle_(fileManager_, programFolder().parent_path() / "share" / "orvane",
                   PropertyListValue::Dictionary{{"CFBundleShortVersionString", ORVANE_VERSION},
@@ -45,6 +59,10 @@ LinuxPlatform::LinuxPlatform(std::string_view applicationGroup, int standardOutp
                               .compiledLists = container_ / "CompiledLists"}),
       workspace_({{"com.tessaly.BlockerMac", programFolder() / "orvane"}}, directories_.state,
                  systemLog_),
+      exchangeTable_(container_ / "UbiquitousKeyValueStore.sqlite", mainQueue_),
+      cloudAccount_(CloudAccount::read(std::getenv(CloudAccount::environmentVariable),
+                                       CloudAccount::defaultFile(directories_.config))),
+      cloud_(makeCloud()),
       platform_{fileManager_,
                 mainBundle_,
                 notificationCenter_,
@@ -58,7 +76,20 @@ LinuxPlatform::LinuxPlatform(std::string_view applicationGroup, int standardOutp
                 standardUserDefaults_,
                 ubiquitousStore_,
                 contentBlockerManager_,
-                workspace_} {}
+                workspace_,
+                *cloud_,
+                cloudQueue_} {}
+
+std::unique_ptr<CloudBackend> LinuxPlatform::makeCloud() const {
+  if (!cloudAccount_) {
+    return std::make_unique<RefusedCloud>(cloudAccount_.error().localizedDescription);
+  }
+  if (cloudAccount_->address) {
+    return std::make_unique<PostgreSQLCloud>(*cloudAccount_->address, deviceName(container_));
+  }
+  if (!directories_.data) return std::make_unique<RefusedCloud>("There is no home folder.");
+  return std::make_unique<SQLiteCloud>(cloudFile_);
+}
 
 /// A suite that cannot be opened is one that cannot be used.
 NSUserDefaults* LinuxPlatform::userDefaultsSuite(std::string_view name) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Platform/AppKit/NSWorkspace.h"
+#include "Platform/CloudKit/CloudBackend.h"
 #include "Platform/Foundation/Executor.h"
 #include "Platform/Foundation/LineOutput.h"
 #include "Platform/Foundation/NSBundle.h"
@@ -35,6 +36,9 @@ struct Platform {
   NSUbiquitousKeyValueStore& ubiquitousStore;
   SFContentBlockerManager& contentBlockerManager;
   NSWorkspace& workspace;
+  CloudBackend& cloud;
+  /// Where the cloud is called, one call at a time, which may take its time.
+  Executor& cloudQueue;
 };
 
 }  // namespace orvane

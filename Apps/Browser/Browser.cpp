@@ -32,7 +32,9 @@ Platform platformOf(LinuxPlatform& machine, const BrowserOptions& options) {
           platform.standardUserDefaults,
           platform.ubiquitousStore,
           platform.contentBlockerManager,
-          options.workspace == nullptr ? platform.workspace : *options.workspace};
+          options.workspace == nullptr ? platform.workspace : *options.workspace,
+          platform.cloud,
+          platform.cloudQueue};
 }
 
 NSProcessInfo processInfoOfThisMachine() {

@@ -7,7 +7,9 @@
 
 #include <CLI/CLI.hpp>
 
+#include "Apps/Companion/AccountCommand.h"
 #include "Apps/Companion/CheckCommand.h"
+#include "Apps/Companion/CloudCommand.h"
 #include "Apps/Companion/HideCommand.h"
 #include "Apps/Companion/PackagesCommand.h"
 #include "Apps/Companion/PauseCommand.h"
@@ -30,6 +32,8 @@ struct Arguments {
   Switched switched;
   std::vector<std::string> domains;
   Hidden hidden;
+  std::string serverAddress;
+  CloudUser cloudUser;
 };
 
 class Declaration {
@@ -49,6 +53,8 @@ class Declaration {
     declarePackages();
     declareRebuild();
     declareCheck();
+    declareAccount();
+    declareCloud();
   }
 
   void parse(int argc, char** argv) {
@@ -217,6 +223,47 @@ class Declaration {
     check->callback([&parsed = parsed_, arguments = arguments_] {
       parsed.plainCommand = [arguments] {
         return runCheckCommand(arguments->files, arguments->change.asJSON);
+      };
+    });
+  }
+
+  void declareAccount() {
+    auto* account = app_.add_subcommand("account", "Say which cloud it is, and whether it works");
+    addJSON(account);
+    runs(account, [](LinuxPlatform& machine, const Arguments& arguments) {
+      return runAccountCommand(machine, arguments.change.asJSON);
+    });
+  }
+
+  void addServerAddress(CLI::App* command) {
+    command
+        ->add_option("ADDRESS", arguments_->serverAddress,
+                     "The database, as its administrator connects to it: a connection string, a "
+                     "URI or the name of a service")
+        ->type_name("")
+        ->required();
+  }
+
+  void declareCloud() {
+    auto* cloud = app_.add_subcommand("cloud", "For whoever runs a server for several machines");
+    cloud->require_subcommand(1);
+    auto* install = cloud->add_subcommand("install", "Prepare a PostgreSQL database");
+    addServerAddress(install);
+    install->callback([&parsed = parsed_, arguments = arguments_] {
+      parsed.plainCommand = [arguments] {
+        return runCloudInstallCommand(arguments->serverAddress);
+      };
+    });
+    auto* addUser = cloud->add_subcommand("add-user", "Give a user an account");
+    addUser->add_option("NAME", arguments_->cloudUser.name, "The user's role on the server")
+        ->type_name("")
+        ->required();
+    addServerAddress(addUser);
+    addUser->add_flag("--password", arguments_->cloudUser.hasPassword,
+                      "Set the password that is the first line of the standard input");
+    addUser->callback([&parsed = parsed_, arguments = arguments_] {
+      parsed.plainCommand = [arguments] {
+        return runCloudAddUserCommand(arguments->cloudUser, arguments->serverAddress);
       };
     });
   }

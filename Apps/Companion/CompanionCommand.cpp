@@ -13,6 +13,7 @@
 #include "BlockerKit/Support/DisplayInformation.h"
 #include "Linux/GLib/FolderWatch.h"
 #include "Linux/Posix/SingleInstance.h"
+#include "Platform/CloudKit/KeyValueExchange.h"
 
 namespace orvane {
 namespace {
@@ -55,6 +56,29 @@ std::vector<std::string> packageFileNames() {
   return names;
 }
 
+/// Preferences go to the user's other machines and come from them, if there can be any.
+class PreferenceExchange {
+ public:
+  explicit PreferenceExchange(LinuxPlatform& machine)
+      : platform_(machine.platform()),
+        exchange_(machine.exchangeTable(), platform_.cloud, platform_.cloudQueue,
+                  platform_.mainQueue, platform_.systemLog) {
+    if (!machine.cloudAccount() || !machine.cloudAccount()->address) return;
+    platform_.cloud.setListener([this](const CloudEvent& event) {
+      if (event.kind != CloudEvent::Kind::keyValuesChanged) return;
+      platform_.mainQueue.post([this] { exchange_.exchange(); });
+    });
+    exchange_.start();
+  }
+  PreferenceExchange(const PreferenceExchange&) = delete;
+  PreferenceExchange& operator=(const PreferenceExchange&) = delete;
+  ~PreferenceExchange() { platform_.cloud.setListener({}); }
+
+ private:
+  Platform& platform_;
+  KeyValueExchange exchange_;
+};
+
 void work(LinuxPlatform& machine, SingleInstance& instance) {
   auto& platform = machine.platform();
   const auto messages = platform.notificationCenter.addObserver(
@@ -81,6 +105,7 @@ void work(LinuxPlatform& machine, SingleInstance& instance) {
   watches.emplace_back(settings.parent_path(), std::vector{settings.filename().string()},
                        platform.mainQueue, [&] { companion.browserSettingsChanged(); });
   companion.start();
+  const PreferenceExchange preferences(machine);
   loop.run();
   instance.announceEnd();
 }

@@ -19,6 +19,7 @@ KeyValueTables::KeyValueTables(SQLiteConnection connection)
       entries_(connection_.handle(), "SELECT name, value FROM entry WHERE key = ?"),
       entryNames_(connection_.handle(), "SELECT name FROM entry WHERE key = ?"),
       changeCount_(connection_.handle(), "SELECT count FROM key WHERE key = ?"),
+      keys_(connection_.handle(), "SELECT key FROM key WHERE kind <> 0"),
       find_(connection_.handle(), "SELECT id, kind FROM key WHERE key = ?"),
       holds_(connection_.handle(), "SELECT value IS ?2 FROM key WHERE id = ?1"),
       add_(connection_.handle(), "INSERT INTO key (key, count, kind) VALUES (?, 1, 0)"),
@@ -46,9 +47,10 @@ Expected<std::unique_ptr<KeyValueTables>> KeyValueTables::open(
 }
 
 bool KeyValueTables::isPrepared() const {
-  for (const auto* statement : {&begin_, &commit_, &rollBack_, &dataVersion_, &value_, &entry_,
-                                &entries_, &entryNames_, &changeCount_, &find_, &holds_, &add_,
-                                &count_, &set_, &setEntry_, &removeEntry_, &removeEntries_}) {
+  for (const auto* statement :
+       {&begin_, &commit_, &rollBack_, &dataVersion_, &value_, &entry_, &entries_, &entryNames_,
+        &changeCount_, &keys_, &find_, &holds_, &add_, &count_, &set_, &setEntry_, &removeEntry_,
+        &removeEntries_}) {
     if (!*statement) return false;
   }
   return true;
@@ -165,6 +167,14 @@ Expected<bool> KeyValueTables::removeEntry(const Key& key, std::string_view name
 
 Expected<void> KeyValueTables::removeEntries(const Key& key) {
   return write(removeEntries_, key.id);
+}
+
+Expected<std::vector<std::string>> KeyValueTables::keys() {
+  std::vector<std::string> keys;
+  SQLiteRun run(keys_);
+  while (run.next()) keys.emplace_back(run.text(0));
+  if (run.failed()) return failure("read");
+  return keys;
 }
 
 Expected<std::vector<std::string>> KeyValueTables::entryNames(const Key& key) {

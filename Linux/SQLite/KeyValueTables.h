@@ -38,6 +38,8 @@ class KeyValueTables {
   Expected<void> commit();
   void rollBack();
 
+  /// Those that have a value.
+  Expected<std::vector<std::string>> keys();
   Expected<std::optional<Key>> find(std::string_view key);
   Expected<bool> holds(const Key& key, const Data& value);
   /// Adds a key that has changed once.
@@ -72,6 +74,7 @@ class KeyValueTables {
   SQLiteStatement entries_;
   SQLiteStatement entryNames_;
   SQLiteStatement changeCount_;
+  SQLiteStatement keys_;
   SQLiteStatement find_;
   SQLiteStatement holds_;
   SQLiteStatement add_;

@@ -32,6 +32,10 @@ Result KeyValueTransaction::kept(const Expected<Result>& result) {
   return Result();
 }
 
+std::vector<std::string> KeyValueTransaction::keys() {
+  return error_ ? std::vector<std::string>() : kept(tables_.keys());
+}
+
 KeyValueTransaction::Value KeyValueTransaction::value(std::string_view key) {
   return error_ ? std::nullopt : kept(tables_.value(key));
 }

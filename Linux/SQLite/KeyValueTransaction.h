@@ -2,7 +2,9 @@
 
 #include <optional>
 #include <set>
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include "Linux/SQLite/KeyValueTables.h"
 #include "Platform/Foundation/KeyValueDatabase.h"
@@ -20,6 +22,7 @@ class KeyValueTransaction final : public KeyValueDatabase::Transaction {
 
   using Value = std::optional<PropertyListValue>;
 
+  std::vector<std::string> keys() override;
   Value value(std::string_view key) override;
   void setValue(std::string_view key, const Value& value) override;
   Value entry(std::string_view key, std::string_view name) override;

@@ -47,6 +47,7 @@ class SQLiteRun {
   bool finish();
   bool failed() const { return failed_; }
 
+  bool isNull(int column) const { return sqlite3_column_type(statement_, column) == SQLITE_NULL; }
   std::int64_t integer(int column) const { return sqlite3_column_int64(statement_, column); }
   std::string_view text(int column) const;
   /// Valid until the next row.

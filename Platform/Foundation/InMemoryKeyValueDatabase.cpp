@@ -57,6 +57,14 @@ class InMemoryKeyValueDatabase::Edits final : public Transaction {
  public:
   explicit Edits(Keys& keys) : keys_(keys) {}
 
+  std::vector<std::string> keys() override {
+    std::vector<std::string> names;
+    for (const auto& [name, key] : keys_) {
+      if (key.value) names.push_back(name);
+    }
+    return names;
+  }
+
   Value value(std::string_view key) override { return valueIn(keys_, key); }
 
   void setValue(std::string_view key, const Value& value) override {

@@ -3,7 +3,9 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include "Platform/Foundation/NSError.h"
 #include "Platform/Foundation/PropertyListValue.h"
@@ -23,6 +25,9 @@ class KeyValueDatabase {
     Transaction(const Transaction&) = delete;
     Transaction& operator=(const Transaction&) = delete;
     virtual ~Transaction() = default;
+
+    /// The keys that have a value.
+    virtual std::vector<std::string> keys() = 0;
 
     virtual std::optional<PropertyListValue> value(std::string_view key) = 0;
     /// Nothing removes the key. Setting what is there already is no change.

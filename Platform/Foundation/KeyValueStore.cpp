@@ -67,6 +67,10 @@ Expected<void> KeyValueStore::changeEntry(std::string_view key, std::string_view
   return logged(database_.transact(body), systemLog_);
 }
 
+Expected<void> KeyValueStore::transact(const std::function<void(Transaction&)>& body) {
+  return logged(database_.transact(body), systemLog_);
+}
+
 bool KeyValueStore::synchronize() {
   return logged(database_.synchronize(), systemLog_).has_value();
 }

@@ -42,6 +42,10 @@ class KeyValueStore {
   Expected<void> changeEntry(std::string_view key, std::string_view name,
                              const std::function<Value(Value)>& edit);
 
+  /// Several changes at once, of whatever keys: all of them or, after an error, none. No change of
+  /// another process comes in between. `body` must not use the store.
+  Expected<void> transact(const std::function<void(KeyValueDatabase::Transaction&)>& body);
+
   /// What was written survives a power loss from now on; false when it may not.
   bool synchronize();
 

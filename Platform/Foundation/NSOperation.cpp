@@ -19,6 +19,11 @@ void NSOperation::cancelLocked() {
   if (state_ == State::waiting) queue_->makeReady(*this);
 }
 
+void NSOperation::start(const std::function<void()>& finished) {
+  if (!isCancelled()) main();
+  finished();
+}
+
 void NSOperation::addDependency(std::shared_ptr<NSOperation> other) {
   const auto self = shared_from_this();
   const std::lock_guard lock(graph);

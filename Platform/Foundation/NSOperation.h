@@ -42,8 +42,14 @@ class NSOperation : public std::enable_shared_from_this<NSOperation> {
   void setCompletionBlock(std::function<void()> block);
 
  protected:
-  /// The work. Called by the queue, on one of the queue's threads.
-  virtual void main() = 0;
+  /// The work of an operation that is done when this returns. Called once, on one of the queue's
+  /// threads, unless the operation was cancelled before.
+  virtual void main() {}
+
+  /// What the queue calls in the operation's turn, on one of its threads, also when it has been
+  /// cancelled. Does the work and calls `finished`, once, when it is done: at any time, on any
+  /// thread. An operation that waits for others overrides it, so that no thread waits with it.
+  virtual void start(const std::function<void()>& finished);
 
  private:
   friend class NSOperationQueue;

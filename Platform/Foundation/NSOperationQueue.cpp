@@ -16,6 +16,7 @@ NSOperationQueue::~NSOperationQueue() {
   std::vector<std::unique_ptr<Executor>> lanes;
   const std::lock_guard lock(NSOperation::graph);
   ends_ = true;
+  *self_ = nullptr;
   idleLanes_.clear();
   unfinished.swap(unfinished_);
   for (const auto& [number, operation] : unfinished) {
@@ -86,8 +87,10 @@ void NSOperationQueue::runNext(Executor& lane) {
     const std::lock_guard lock(NSOperation::graph);
     operation = takeReady();
   }
-  if (operation) perform(*operation);
-  // One task an operation: on a clock that tests turn, other queues have their turn in between.
+  if (operation) {
+    return operation->start(
+        [operation, queue = self_, &lane] { finish(*operation, *queue, lane); });
+  }
   const std::lock_guard lock(NSOperation::graph);
   engage(lane);
 }
@@ -101,19 +104,21 @@ std::shared_ptr<NSOperation> NSOperationQueue::takeReady() {
   return operation.shared_from_this();
 }
 
-void NSOperationQueue::perform(NSOperation& operation) {
-  if (!operation.isCancelled()) operation.main();
+void NSOperationQueue::finish(NSOperation& operation, NSOperationQueue* const& queue,
+                              Executor& lane) {
   std::function<void()> completed;
   {
     const std::lock_guard lock(NSOperation::graph);
     operation.state_ = NSOperation::State::completing;
-    unfinished_.erase(operation.number_);
+    if (queue != nullptr) queue->unfinished_.erase(operation.number_);
     completed.swap(operation.completionBlock_);
   }
   if (completed) completed();
   NSOperation::Remains remains;
   const std::lock_guard lock(NSOperation::graph);
   operation.finish(remains);
+  // One task an operation: on a clock that tests turn, other queues have their turn in between.
+  if (queue != nullptr) queue->engage(lane);
 }
 
 }  // namespace orvane

@@ -32,7 +32,8 @@ class NSOperationQueue {
   NSOperationQueue(SerialQueueFactory& makeSerialQueue, Properties properties);
   NSOperationQueue(const NSOperationQueue&) = delete;
   NSOperationQueue& operator=(const NSOperationQueue&) = delete;
-  /// Waits for the operations that run, and for their completion blocks. Those that have not begun
+  /// Waits for the operations that run on its threads, and for their completion blocks; one that
+  /// waits for others is left to finish by itself. Those that have not begun
   /// never will: they are cancelled and finished without a call of their completion blocks, and
   /// what depends on them on other queues proceeds. So is what a running operation adds meanwhile.
   /// Not to be called from an operation or a completion block of this queue.
@@ -58,7 +59,8 @@ class NSOperationQueue {
   void provideLane();
   /// What a lane runs for each operation.
   void runNext(Executor& lane);
-  void perform(NSOperation& operation);
+  /// The operation is done; the lane is there for another one if the queue still is.
+  static void finish(NSOperation& operation, NSOperationQueue* const& queue, Executor& lane);
 
   // With the graph locked:
   void makeReady(NSOperation& operation);
@@ -69,6 +71,8 @@ class NSOperationQueue {
   SerialQueueFactory& makeSerialQueue_;
   const Properties properties_;
   bool ends_ = false;
+  /// This queue, or null once it ends: an operation may finish later than that.
+  std::shared_ptr<NSOperationQueue*> self_ = std::make_shared<NSOperationQueue*>(this);
   std::uint64_t addedCount_ = 0;
   Operations unfinished_;
   std::deque<NSOperation*> ready_;

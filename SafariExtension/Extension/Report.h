@@ -4,6 +4,7 @@
 #include <string>
 
 #include "BlockerKit/Model/RawValue.h"
+#include "Platform/CloudKit/CKRecord.h"
 #include "Platform/Foundation/NSBundle.h"
 #include "Platform/Foundation/NSURL.h"
 
@@ -30,6 +31,9 @@ struct Report {
   std::string device;
   std::string appVersion;
   std::string osVersion;
+
+  /// As the makers read it, under a name that no other record has.
+  CKRecord cloudRecord(std::string recordName) const;
 
   friend bool operator==(const Report&, const Report&) = default;
 };

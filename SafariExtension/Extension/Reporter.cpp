@@ -2,16 +2,21 @@
 
 #include <utility>
 
-#include <fmt/format.h>
+#include "Platform/CloudKit/CKContainer.h"
 
 namespace orvane {
 
-void Reporter::post(const Report& /*report*/, ReportCompletion completion) {
-  const NSError error{"orvane", 1,
-                      "Reports cannot be sent yet. Please write us an e-mail instead."};
-  platform_.standardOutput.print(fmt::format("Error reporting: {}", error.localizedDescription));
-  platform_.mainQueue.post(
-      [completion = std::move(completion), error] { completion(false, error); });
+void Reporter::post(const Report& report, ReportCompletion completion) {
+  const CKContainer container(containerIdentifier, {platform_.cloud, platform_.cloudQueue,
+                                                    platform_.mainQueue, platform_.systemLog});
+  const auto answered = [&output = platform_.standardOutput, completion = std::move(completion)](
+                            const std::optional<CKRecord>& /*saved*/,
+                            const std::optional<CKError>& error) {
+    output.print(error ? "Error reporting: " + error->localizedDescription
+                       : "Successfuly posted report.");
+    completion(!error, error ? std::optional(error->nsError()) : std::nullopt);
+  };
+  container.publicCloudDatabase().saveRecord(report.cloudRecord(platform_.makeUUID()), answered);
 }
 
 }  // namespace orvane

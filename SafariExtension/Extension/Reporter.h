@@ -13,11 +13,13 @@ using ReportCompletion = std::function<void(bool success, const std::optional<NS
 /// Posts a report without waiting for it; the completion is called once, on the main queue.
 using PostReport = std::function<void(const Report& report, ReportCompletion completion)>;
 
-/// Posts problem reports to the makers. So far it has no connection to them, so every report fails
-/// with an error that says so.
+/// Posts problem reports to the makers, in the public database of a container for nothing else. A
+/// report that fails is not kept.
 class Reporter {
  public:
-  /// `platform` outlives the reporter.
+  static constexpr const char* containerIdentifier = "iCloud.com.tessaly.Blocker.Report";
+
+  /// `platform` outlives the reporter and what it posts.
   explicit Reporter(Platform& platform) : platform_(platform) {}
 
   /// Returns at once; `completion` is called on the main queue.

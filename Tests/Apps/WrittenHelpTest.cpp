@@ -32,7 +32,7 @@ class WrittenHelp : public ChangeTest {
     for (std::string line; std::getline(stream, line);) {
       if (line.ends_with(":")) isAmongSubcommands = line == "Subcommands:";
       std::smatch match;
-      if (isAmongSubcommands && std::regex_search(line, match, std::regex("^  ([a-z]+)"))) {
+      if (isAmongSubcommands && std::regex_search(line, match, std::regex("^  ([a-z-]+)"))) {
         names.subcommands.insert(match[1]);
       }
       for (auto rest = line; std::regex_search(rest, match, std::regex("^ .*?(--[a-z-]+)"));) {

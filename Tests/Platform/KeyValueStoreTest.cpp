@@ -63,6 +63,21 @@ TEST_F(KeyValueStoreTest, anEntryIsSetEditedAndRemovedApartFromTheOthers) {
   EXPECT_EQ(store.entry("k", "a"), std::nullopt);
 }
 
+TEST_F(KeyValueStoreTest, severalKeysAreReadAndChangedAtOnce) {
+  ASSERT_TRUE(store.setObject("old", "k"));
+  const auto before = process.connection.changeCount("d")->count;
+  EXPECT_TRUE(store.transact([](KeyValueDatabase::Transaction& transaction) {
+    EXPECT_EQ(transaction.value("k"), Value("old"));
+    transaction.setValue("k", "new");
+    transaction.setEntry("d", "a", "1");
+    transaction.setEntry("d", "b", "2");
+    transaction.setEntry("d", "a", std::nullopt);
+  }));
+  EXPECT_EQ(store.object("k"), Value("new"));
+  EXPECT_EQ(store.object("d"), Value(Dictionary{{"b", "2"}}));
+  EXPECT_EQ(process.connection.changeCount("d")->count, before + 1);
+}
+
 TEST_F(KeyValueStoreTest, whatCannotBeReadIsAbsentAndTheSystemLogSaysWhy) {
   ASSERT_TRUE(store.setObject(true, "k"));
   ASSERT_TRUE(store.setEntry("d", "e", Value("1")));
@@ -91,6 +106,11 @@ TEST_F(KeyValueStoreTest, whatCannotBeWrittenLeavesTheStoreAsItWasAndSaysWhy) {
   EXPECT_EQ(errorOf(store.setEntry("k", "e", Value("new"))), error);
   EXPECT_EQ(process.systemLog.take(), linesOnce());
   EXPECT_EQ(errorOf(store.changeEntry("k", "e", edit)), error);
+  EXPECT_EQ(process.systemLog.take(), linesOnce());
+  EXPECT_EQ(errorOf(store.transact([](KeyValueDatabase::Transaction& transaction) {
+              transaction.setValue("k", "new");
+            })),
+            error);
   EXPECT_EQ(process.systemLog.take(), linesOnce());
   process.database.fails = false;
   EXPECT_EQ(store.object("k"), Value("old"));

@@ -9,6 +9,7 @@ namespace orvane::test {
 namespace {
 
 using ::testing::IsEmpty;
+using ::testing::SizeIs;
 
 class BrowserProcess : public ::testing::Test {
  protected:
@@ -18,13 +19,22 @@ class BrowserProcess : public ::testing::Test {
       std::make_unique<ExtensionProcess>(machine.platform, browser.host);
 };
 
+TEST_F(BrowserProcess, PostsAReport) {
+  auto& popover = process->viewController();
+  popover.sendReport(popover.sendButton);
+  machine.time.runUntilIdle();
+  EXPECT_THAT(machine.machine->cloud->publicRecords(), SizeIs(1));
+}
+
 TEST_F(BrowserProcess, TellsThePopoverWhyAReportCannotBePosted) {
+  CKError failure;
+  failure.localizedDescription = "The server cannot be reached.";
+  machine.machine->cloud->failWith(failure);
   auto& popover = process->viewController();
   popover.sendReport(popover.sendButton);
   EXPECT_FALSE(popover.sendButton.isEnabled());
   machine.time.runUntilIdle();
-  EXPECT_EQ(popover.reportStatus.stringValue(),
-            "Reports cannot be sent yet. Please write us an e-mail instead.");
+  EXPECT_EQ(popover.reportStatus.stringValue(), "The server cannot be reached.");
   EXPECT_TRUE(popover.sendButton.isEnabled());
 }
 

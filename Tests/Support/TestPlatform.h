@@ -12,6 +12,7 @@
 #include "Tests/Support/InMemoryFileSystem.h"
 #include "Tests/Support/RecordingOutput.h"
 #include "Tests/Support/RecordingServices.h"
+#include "Tests/Support/SimulatedCloud.h"
 #include "Tests/Support/VirtualTime.h"
 
 namespace orvane::test {
@@ -35,6 +36,8 @@ struct TestMachine {
       InMemoryKeyValueDatabase::makeStorage();
   std::shared_ptr<InMemoryKeyValueDatabase::Storage> ubiquitous =
       InMemoryKeyValueDatabase::makeStorage();
+  /// May be another machine's as well.
+  std::shared_ptr<SimulatedCloud> cloud = std::make_shared<SimulatedCloud>();
   int uuidCount = 0;
 };
 
@@ -92,6 +95,8 @@ struct TestPlatform {
   NSUbiquitousKeyValueStore ubiquitousStore{ubiquitousAtRisk, systemLog, notificationCenter};
   RecordingContentBlockerManager contentBlockerManager{*mainQueue};
   RecordingWorkspace workspace;
+  std::unique_ptr<CloudBackend> cloud = machine->cloud->connect("mia");
+  std::unique_ptr<Executor> cloudQueue = time.makeExecutor();
 
   Platform platform{fileManager,
                     mainBundle,
@@ -106,7 +111,9 @@ struct TestPlatform {
                     standardUserDefaults,
                     ubiquitousStore,
                     contentBlockerManager,
-                    workspace};
+                    workspace,
+                    *cloud,
+                    *cloudQueue};
 };
 
 /// `platform`, but with these files.
@@ -124,7 +131,9 @@ inline Platform withFiles(const Platform& platform, NSFileManager& fileManager, 
           platform.standardUserDefaults,
           platform.ubiquitousStore,
           platform.contentBlockerManager,
-          platform.workspace};
+          platform.workspace,
+          platform.cloud,
+          platform.cloudQueue};
 }
 
 }  // namespace orvane::test

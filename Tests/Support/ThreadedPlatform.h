@@ -181,6 +181,9 @@ struct ThreadedPlatform {
   NSUbiquitousKeyValueStore ubiquitousStore{ubiquitousDatabase, systemLog, notificationCenter};
   CountingContentBlockerManager contentBlockerManager{mainQueue};
   RecordingWorkspace workspace;
+  SimulatedCloud cloudOfUsers;
+  std::unique_ptr<CloudBackend> cloud = cloudOfUsers.connect("mia");
+  ThreadExecutor cloudQueue{"cloud"};
 
   Platform platform{fileManager,
                     mainBundle,
@@ -195,7 +198,9 @@ struct ThreadedPlatform {
                     standardUserDefaults,
                     ubiquitousStore,
                     contentBlockerManager,
-                    workspace};
+                    workspace,
+                    *cloud,
+                    cloudQueue};
 };
 
 }  // namespace orvane::test

@@ -106,21 +106,5 @@ TEST_F(Reading, SeesEveryAdvertWhileTheContentBlockerIsOffInTheSettings) {
   EXPECT_FALSE(reloadShowsAdvert());
 }
 
-TEST_F(Reading, IsToldWhyAReportCannotBeSent) {
-  desk.openPopover();
-  desk.press("💬 Report a Problem");
-  desk.until("the form is there", [this] { return desk.hasButton("Send Report"); });
-  desk.type("The crossword is white");
-  auto& popover = desk.browser().extension().viewController();
-  desk.until("the comment is there",
-             [&] { return popover.reportComments.string() == "The crossword is white"; });
-  desk.press("Send Report");
-  const std::string reason = "Reports cannot be sent yet. Please write us an e-mail instead.";
-  desk.until("the reason is shown", [&] { return desk.hasLabel(reason); });
-  EXPECT_EQ(popover.reportComments.string(), "The crossword is white");
-  EXPECT_TRUE(popover.sendButton.isEnabled());
-  EXPECT_TRUE(desk.isPopoverOpen());
-}
-
 }  // namespace
 }  // namespace orvane::test

@@ -18,8 +18,9 @@ namespace orvane::test {
 class ClientProcess {
  public:
   /// Starts the client with a command and the database's path, its standard output a pipe.
-  ClientProcess(const std::string& command, const std::string& path) {
-    const std::string program = ORVANE_PROGRAMS "/orvane-key-value-client";
+  ClientProcess(const std::string& command, const std::string& path,
+                const std::string& name = "orvane-key-value-client") {
+    const std::string program = ORVANE_PROGRAMS "/" + name;
     std::array<int, 2> ends{};
     if (::pipe2(ends.data(), O_CLOEXEC) != 0) std::abort();
     output_ = FileDescriptor(ends[0]);

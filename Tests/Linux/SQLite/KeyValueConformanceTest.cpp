@@ -5,8 +5,10 @@
 
 #include "Linux/SQLite/SQLiteKeyValueDatabase.h"
 #include "Platform/Foundation/InMemoryKeyValueDatabase.h"
+#include "Platform/Foundation/NSUserDefaults.h"
 #include "Tests/Linux/SQLite/PropertyListGenerators.h"
 #include "Tests/Support/MainLoop.h"
+#include "Tests/Support/RecordingOutput.h"
 #include "Tests/Support/TemporaryDirectory.h"
 
 namespace orvane::test {
@@ -205,6 +207,26 @@ TEST_P(KeyValueConformance, aTransactionSeesItsOwnChangesAndCountsEachKeyOnce) {
   EXPECT_EQ(*other->value("d"), Value(Dictionary{{"f", "2"}}));
   EXPECT_EQ(other->changeCount("k")->count, 1U);
   EXPECT_EQ(other->changeCount("d")->count, 1U);
+}
+
+TEST_P(KeyValueConformance, aTransactionOfAStoreIsSeenWholeByAnotherProcess) {
+  RecordingOutput log;
+  NSUserDefaults store(*database, log);
+  set(*database, "list", Array{"a"});
+  EXPECT_TRUE(store.transact([](Transaction& transaction) {
+    for (int entry = 0; entry < 1000; ++entry) {
+      transaction.setEntry("d", std::to_string(entry), std::int64_t{entry});
+    }
+    transaction.setEntry("d", "7", std::nullopt);
+    auto list = std::get<Array>(transaction.value("list")->variant);
+    list.emplace_back("b");
+    transaction.setValue("list", list);
+  }));
+  EXPECT_EQ(std::get<Dictionary>((*other->value("d"))->variant).size(), 999U);
+  EXPECT_EQ(*other->value("list"), Value(Array{"a", "b"}));
+  EXPECT_EQ(other->changeCount("d")->count, 1U);
+  EXPECT_EQ(other->changeCount("list")->count, 2U);
+  EXPECT_EQ(log.take(), std::vector<std::string>());
 }
 
 TEST_P(KeyValueConformance, theForeignVersionIsOfTheChangesOfOthers) {

@@ -8,6 +8,8 @@ namespace orvane::test {
 namespace {
 
 using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::SizeIs;
 
 TEST(ReportTypes, AreNamedAsRecordsNameThemInTheOrderOfTheForm) {
   std::vector<std::string_view> names;
@@ -54,30 +56,88 @@ TEST_F(ApplicationVersion, IsEmptyUnlessTheBundleSaysBothAsStrings) {
             "");
 }
 
-TEST(PostingAReport, FailsOnTheMainQueueAndSaysSo) {
+Report whiteCrossword() {
+  return {.type = ReportType::emptySpace,
+          .url = *NSURL::fromString("https://example.com/crossword?day=1"),
+          .comment = "White",
+          .device = "Mac of Mia",
+          .appVersion = "3.1 (1024)",
+          .osVersion = "macOS 12.0.0"};
+}
+
+TEST(RecordOfAReport, HasTheFieldsOfTheReport) {
+  const auto record = whiteCrossword().cloudRecord("name");
+  EXPECT_EQ(record.recordType(), "Report");
+  EXPECT_EQ(record.recordID().recordName, "name");
+  EXPECT_FALSE(record.recordChangeTag().has_value());
+  EXPECT_EQ(record.fields(),
+            (CKRecord::Fields{{"type", std::string("emptySpace")},
+                              {"url", std::string("https://example.com/crossword?day=1")},
+                              {"comment", std::string("White")},
+                              {"device", std::string("Mac of Mia")},
+                              {"appVersion", std::string("3.1 (1024)")},
+                              {"osVersion", std::string("macOS 12.0.0")}}));
+}
+
+TEST(RecordOfAReport, HasNoCommentWithoutOneAndTheOtherFieldsAlways) {
+  auto report = whiteCrossword();
+  report.comment = std::nullopt;
+  report.appVersion = "";
+  const auto record = report.cloudRecord("name");
+  EXPECT_EQ(record.value("comment"), std::nullopt);
+  EXPECT_EQ(record.fields().size(), 5U);
+  EXPECT_EQ(record.value("appVersion"), CKRecord::Value(std::string()));
+}
+
+class PostingAReport : public ::testing::Test {
+ protected:
+  struct Answer {
+    bool success;
+    std::optional<NSError> error;
+    bool operator==(const Answer&) const = default;
+  };
+
+  void post() {
+    reporter.post(whiteCrossword(), [this](bool success, const std::optional<NSError>& error) {
+      answers.push_back({success, error});
+    });
+  }
+
   TestPlatform machine;
-  Reporter reporter(machine.platform);
-  std::optional<NSError> failure;
-  int answers = 0;
-  reporter.post({.type = ReportType::emptySpace,
-                 .url = *NSURL::fromString("https://example.com/"),
-                 .comment = std::nullopt,
-                 .device = "",
-                 .appVersion = "",
-                 .osVersion = ""},
-                [&](bool success, const std::optional<NSError>& error) {
-                  EXPECT_FALSE(success);
-                  failure = error;
-                  ++answers;
-                });
-  EXPECT_EQ(answers, 0);
+  Reporter reporter{machine.platform};
+  std::vector<Answer> answers;
+};
+
+TEST_F(PostingAReport, AddsItsRecordToThePublicDatabaseAndSaysSo) {
+  post();
+  EXPECT_THAT(answers, IsEmpty()) << "nothing is waited for";
   machine.time.runUntilIdle();
-  EXPECT_EQ(answers, 1);
-  ASSERT_TRUE(failure);
-  EXPECT_EQ(failure->localizedDescription,
-            "Reports cannot be sent yet. Please write us an e-mail instead.");
+  EXPECT_THAT(answers, ElementsAre(Answer{true, std::nullopt}));
+  EXPECT_THAT(machine.standardOutput.take(), ElementsAre("Successfuly posted report."));
+  EXPECT_THAT(machine.machine->cloud->publicRecords(),
+              ElementsAre(whiteCrossword().cloudRecord("UUID-1")));
+}
+
+TEST_F(PostingAReport, GivesEachReportANameOfItsOwn) {
+  post();
+  post();
+  machine.time.runUntilIdle();
+  EXPECT_THAT(machine.machine->cloud->publicRecords(), SizeIs(2));
+}
+
+TEST_F(PostingAReport, PassesAnErrorOnAndKeepsNothing) {
+  CKError failure;
+  failure.code = CKErrorCode::networkFailure;
+  failure.localizedDescription = "The server cannot be reached.";
+  failure.retryAfter = 5;
+  machine.machine->cloud->failWith(failure);
+  post();
+  machine.time.advance(std::chrono::hours(1));
+  EXPECT_THAT(answers, ElementsAre(Answer{
+                           false, NSError{CKErrorDomain, 4, "The server cannot be reached."}}));
   EXPECT_THAT(machine.standardOutput.take(),
-              ElementsAre("Error reporting: " + failure->localizedDescription));
+              ElementsAre("Error reporting: The server cannot be reached."));
+  EXPECT_THAT(machine.machine->cloud->publicRecords(), IsEmpty());
 }
 
 }  // namespace

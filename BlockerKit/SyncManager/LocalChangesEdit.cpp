@@ -1,0 +1,133 @@
+#include "BlockerKit/SyncManager/LocalChangesEdit.h"
+
+#include <algorithm>
+#include <map>
+#include <unordered_set>
+#include <utility>
+
+#include <fmt/format.h>
+
+#include "BlockerKit/Support/Quoted.h"
+#include "BlockerKit/SyncManager/RecordField.h"
+#include "Platform/CloudKit/RecordText.h"
+
+namespace orvane {
+namespace {
+
+using Identifiers = LocalChangesEdit::Identifiers;
+using Transaction = LocalChangesEdit::Transaction;
+
+bool holdsOnlyRecordText(const PropertyListValue& value) {
+  if (const auto* text = value.as<std::string>()) return canBeRecordText(*text);
+  const auto texts = stringsOf(value);
+  return !texts || std::ranges::all_of(*texts, canBeRecordText);
+}
+
+Identifiers stringsUnder(std::string_view key, Transaction& transaction) {
+  const auto value = transaction.value(key);
+  auto strings = value ? stringsOf(*value) : std::nullopt;
+  return std::move(strings).value_or(Identifiers());
+}
+
+/// `list` without the first occurrence of each identifier.
+Identifiers without(const Identifiers& identifiers, Identifiers list) {
+  std::map<std::string_view, std::size_t> wanted;
+  for (const auto& identifier : identifiers) ++wanted[identifier];
+  std::erase_if(list, [&](const std::string& listed) {
+    const auto found = wanted.find(listed);
+    if (found == wanted.end() || found->second == 0) return false;
+    --found->second;
+    return true;
+  });
+  return list;
+}
+
+}  // namespace
+
+std::string_view LocalChangesEdit::addedKey(RecordKind kind) {
+  return kind == RecordKind::package ? "AddedPackages" : "AddedRules";
+}
+
+std::string_view LocalChangesEdit::deletedKey(RecordKind kind) {
+  return kind == RecordKind::package ? "DeletedPackages" : "DeletedRules";
+}
+
+void LocalChangesEdit::addPackage(const std::string& identifier, const std::string& name) {
+  const auto fields = packageFieldDictionary(name);
+  if (!canTravel(identifier, fields)) return;
+  transaction_.setEntry(addedKey(RecordKind::package), identifier, fields);
+}
+
+void LocalChangesEdit::addRules(std::span<const Rule> rules, const std::string& packageIdentifier) {
+  for (const auto& rule : rules) {
+    const auto fields = ruleFieldDictionary(rule, packageIdentifier);
+    if (!canTravel(rule.id, fields)) continue;
+    transaction_.setEntry(addedKey(RecordKind::rule), rule.id, fields);
+  }
+}
+
+void LocalChangesEdit::removeAdded(const Identifiers& identifiers, RecordKind kind) {
+  for (const auto& identifier : identifiers) {
+    transaction_.setEntry(addedKey(kind), identifier, std::nullopt);
+  }
+}
+
+void LocalChangesEdit::markDeleted(const Identifiers& identifiers, RecordKind kind) {
+  auto list = stringsUnder(deletedKey(kind), transaction_);
+  std::unordered_set<std::string_view> unlisted(identifiers.begin(), identifiers.end());
+  for (const auto& listed : list) unlisted.erase(listed);
+  for (const auto& identifier : identifiers) {
+    // What no record is named was never saved to the cloud.
+    const bool isNew = unlisted.erase(identifier) != 0;
+    if (isNew && canBeRecordName(identifier)) list.push_back(identifier);
+  }
+  transaction_.setValue(deletedKey(kind), toPropertyList(list));
+}
+
+void LocalChangesEdit::unmarkDeleted(const Identifiers& identifiers, RecordKind kind) {
+  if (!transaction_.value(deletedKey(kind))) return;
+  auto list = without(identifiers, stringsUnder(deletedKey(kind), transaction_));
+  transaction_.setValue(deletedKey(kind), toPropertyList(list));
+}
+
+void LocalChangesEdit::forget(const Identifiers& recordNames) {
+  removeAdded(recordNames, RecordKind::rule);
+  removeAdded(recordNames, RecordKind::package);
+  unmarkDeleted(recordNames, RecordKind::package);
+  unmarkDeleted(recordNames, RecordKind::rule);
+}
+
+void LocalChangesEdit::replaceAdded(const std::vector<Package>& packages) {
+  PropertyListValue::Dictionary addedPackages;
+  PropertyListValue::Dictionary addedRules;
+  for (const auto& package : packages) {
+    auto fields = packageFieldDictionary(package.name);
+    if (canTravel(package.id, fields)) {
+      addedPackages.insert_or_assign(package.id, std::move(fields));
+    }
+    for (const auto& rule : package.rules) {
+      auto ruleFields = ruleFieldDictionary(rule, package.id);
+      if (canTravel(rule.id, ruleFields))
+        addedRules.insert_or_assign(rule.id, std::move(ruleFields));
+    }
+  }
+  transaction_.setValue(addedKey(RecordKind::package), std::move(addedPackages));
+  transaction_.setValue(addedKey(RecordKind::rule), std::move(addedRules));
+}
+
+/// A rule without the name of its package would be nobody's.
+bool LocalChangesEdit::canTravel(const std::string& identifier,
+                                 const FieldDictionary& fields) const {
+  const auto package = fields.find(RecordField::package);
+  const bool hasPackageName =
+      package == fields.end() || canBeRecordName(*package->second.as<std::string>());
+  const bool can =
+      canBeRecordName(identifier) && hasPackageName &&
+      std::ranges::all_of(fields, [](auto& field) { return holdsOnlyRecordText(field.second); });
+  if (!can) {
+    systemLog_.print(fmt::format("No record can hold {}; it is not synced", quoted(identifier)));
+  }
+  return can;
+}
+
+}  // namespace orvane

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <functional>
+#include <string_view>
+#include <vector>
+
+#include "BlockerKit/SyncManager/LocalChangesEdit.h"
+#include "Platform/CloudKit/CKRecord.h"
+#include "Platform/Foundation/NSUserDefaults.h"
+
+namespace orvane {
+
+/// Every change of packages and rules on this machine that has not reached the cloud, whichever
+/// process has made it, across launches. Keeps nothing in memory: it is under keys of the user
+/// defaults that `LocalChangesEdit` describes. Any thread.
+///
+/// A change costs the same however many others wait, but for those of the lists of deleted
+/// identifiers, which are written whole.
+class LocalChangesQueue {
+ public:
+  static constexpr const char* existingDataMarkedAsAddedKey = "ExistingDataMarkedAsAdded";
+
+  /// Both outlive the queue.
+  LocalChangesQueue(NSUserDefaults& defaults, LineOutput& systemLog)
+      : defaults_(defaults), systemLog_(systemLog) {}
+
+  /// Does all of `edit`, or, when the defaults cannot be written, which the system log then says,
+  /// nothing of it; no change of another process comes in between. Does not flush the defaults.
+  /// `edit` must not use the defaults otherwise.
+  Expected<void> change(const std::function<void(LocalChangesEdit&)>& edit);
+
+  /// Whether a rule or a package of that name was added.
+  bool containsAdded(std::string_view recordName);
+
+  /// The records of all that was added: packages, then rules.
+  std::vector<CKRecord> recordsToSave(const CKRecordZoneID& zoneID);
+
+  /// The IDs of all that was deleted: rules, then packages.
+  std::vector<CKRecordID> recordIDsToDelete(const CKRecordZoneID& zoneID);
+
+  /// Whether the packages that were there before the first sync are in the queue, or were.
+  bool existingDataIsMarkedAsAdded();
+
+  /// Puts these packages and their rules in the place of all that was added, unless they or others
+  /// were put there before, and flushes the defaults.
+  void markExistingDataAsAdded(const std::vector<Package>& packages);
+
+ private:
+  PropertyListValue::Dictionary dictionary(std::string_view key);
+  std::vector<std::string> strings(std::string_view key);
+
+  NSUserDefaults& defaults_;
+  LineOutput& systemLog_;
+};
+
+}  // namespace orvane

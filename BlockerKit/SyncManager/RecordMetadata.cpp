@@ -1,0 +1,33 @@
+#include "BlockerKit/SyncManager/RecordMetadata.h"
+
+#include <fmt/format.h>
+
+#include "Platform/Foundation/NSKeyedArchiver.h"
+
+namespace orvane {
+
+PropertyListValue::Data RecordMetadata::getMetadata(const CKRecord& record) {
+  NSKeyedArchiver archiver(CKRecord::className);
+  record.encodeSystemFields(archiver);
+  auto data = archiver.finishEncoding();
+  standardOutput_.print(fmt::format("Changetag for {}: {}", record.recordID().recordName,
+                                    record.recordChangeTag().value_or("none")));
+  return data;
+}
+
+void RecordMetadata::updateMetadata(const CKRecord& record) {
+  // A failure is on the system log. The next save of the record then meets a conflict, is merged,
+  // and comes back here.
+  (void)defaults_.setEntry(key, record.recordID().recordName, getMetadata(record));
+  defaults_.synchronize();
+}
+
+std::optional<CKRecord> recordFromMetadata(const PropertyListValue& metadata) {
+  const auto* data = metadata.as<PropertyListValue::Data>();
+  if (data == nullptr) return std::nullopt;
+  const auto unarchiver = NSKeyedUnarchiver::forReading(*data, CKRecord::className);
+  if (!unarchiver) return std::nullopt;
+  return CKRecord::decode(*unarchiver);
+}
+
+}  // namespace orvane

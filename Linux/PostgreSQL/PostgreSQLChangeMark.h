@@ -1,0 +1,22 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace orvane {
+
+/// A place in the changes of one zone, or of the key-value store: what change tags and change
+/// tokens hold.
+struct PostgreSQLChangeMark {
+  std::string epoch;
+  std::int64_t seq = 0;
+
+  /// The epoch, a dot, and the number.
+  std::string text() const;
+  /// Nothing when that is no such text.
+  static std::optional<PostgreSQLChangeMark> parse(std::string_view text);
+};
+
+}  // namespace orvane

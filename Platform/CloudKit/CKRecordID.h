@@ -1,0 +1,23 @@
+#pragma once
+
+#include <compare>
+#include <string>
+
+namespace orvane {
+
+/// A zone of the user's private database, by its name.
+struct CKRecordZoneID {
+  std::string zoneName;
+
+  friend auto operator<=>(const CKRecordZoneID&, const CKRecordZoneID&) = default;
+};
+
+/// Names one record of a zone, whatever its type.
+struct CKRecordID {
+  std::string recordName;
+  CKRecordZoneID zoneID;
+
+  friend auto operator<=>(const CKRecordID&, const CKRecordID&) = default;
+};
+
+}  // namespace orvane

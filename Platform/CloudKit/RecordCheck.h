@@ -1,0 +1,19 @@
+#pragma once
+
+#include <optional>
+
+#include "Platform/CloudKit/CKError.h"
+#include "Platform/CloudKit/CloudBackend.h"
+
+namespace orvane {
+
+/// What no cloud stores of the record: text that is not UTF-8 or has a zero byte, a name or a type
+/// that is empty or too long.
+std::optional<CKError> problemWith(const CKRecord& record);
+std::optional<CKError> problemWith(const CKRecordID& recordID);
+
+/// What is wrong with the batch, whatever the cloud has: a `limitExceeded`, or a `partialFailure`
+/// with an entry for each item that cannot be stored, is of another zone or is there twice.
+std::optional<CKError> problemWith(const CloudBatch& batch);
+
+}  // namespace orvane

@@ -1,0 +1,77 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+
+#include "Linux/PostgreSQL/PostgreSQLCloud.h"
+#include "Linux/PostgreSQL/PostgreSQLSchema.h"
+#include "Tests/Linux/PostgreSQL/PrivateCluster.h"
+
+namespace orvane::test {
+
+/// Calls without a result are tests' preparations, and throw when they fail.
+template <typename Value>
+Value must(CKResult<Value> result) {
+  if (!result) throw std::runtime_error(result.error().localizedDescription);
+  if constexpr (!std::is_void_v<Value>) return *std::move(result);
+}
+
+/// A server with a prepared database and two users, `alice` and `bob`.
+class CloudInCluster {
+ public:
+  CloudInCluster() {
+    auto maintenance = connect("postgres", "postgres");
+    must(maintenance.transact({{"CREATE DATABASE cloud", {}}}, {}));
+    auto admin = connect("postgres");
+    must(installCloud(admin, {}));
+    for (const auto* name : {"alice", "bob"}) must(addCloudUser(admin, name, std::nullopt, {}));
+  }
+
+  PostgreSQLConnection connect(const std::string& role, const std::string& database = "cloud") {
+    return must(PostgreSQLConnection::open(cluster.connectionString(role, database), {}, 0, {}));
+  }
+
+  /// What the superuser says.
+  PostgreSQLConnection::Results tell(const std::string& statement) {
+    auto admin = connect("postgres");
+    return must(admin.transact({{statement, {}}}, {}));
+  }
+
+  std::unique_ptr<PostgreSQLCloud> cloud(const std::string& role,
+                                         const std::string& device = "device",
+                                         PostgreSQLCloud::Options options = {}) {
+    return std::make_unique<PostgreSQLCloud>(cluster.connectionString(role), device, options);
+  }
+
+  PrivateCluster cluster;
+};
+
+inline const CKRecordZoneID zone{"zone"};
+
+inline CKRecord record(const std::string& name, const std::string& text) {
+  CKRecord made("Rule", {name, zone});
+  made.setValue("text", CKRecordValue(text));
+  return made;
+}
+
+inline CloudBatch saving(std::vector<CKRecord> records) { return {zone, std::move(records), {}}; }
+
+/// The record as the user's cloud has it.
+inline std::optional<CKRecord> found(PostgreSQLCloud& cloud, const std::string& name) {
+  const auto all = must(cloud.fetchChanges(zone, std::nullopt, 100'000, {}));
+  for (const auto& candidate : all.changed) {
+    if (candidate.recordID().recordName == name) return candidate;
+  }
+  return std::nullopt;
+}
+
+template <typename Value>
+std::optional<CKErrorCode> codeOf(const CKResult<Value>& result) {
+  if (result) return std::nullopt;
+  return result.error().code;
+}
+
+}  // namespace orvane::test
