@@ -69,6 +69,7 @@ TEST_F(LocalChangesQueueTest, OfTwoRulesWithOneIdentifierTheLaterCounts) {
 
 TEST_F(LocalChangesQueueTest, ManyRulesAreAddedInOneTransaction) {
   std::vector<Rule> rules;
+  rules.reserve(5000);
   for (int i = 0; i < 5000; ++i) rules.push_back(blockRule(std::to_string(i)));
   addRules(rules);
   EXPECT_EQ(process.addedRules()->as<Dictionary>()->size(), 5000U);

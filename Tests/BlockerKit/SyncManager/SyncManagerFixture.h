@@ -82,6 +82,7 @@ struct SyncProcess {
 
 namespace orvane {
 
+// NOLINTNEXTLINE(readability-identifier-naming): the test library's own name
 inline void PrintTo(const PropertyListValue& value, std::ostream* os) {
   const auto& variant = value.variant;
   if (const auto* flag = value.as<bool>()) *os << (*flag ? "true" : "false");
