@@ -30,6 +30,10 @@ void registerPopover();
 /// Shared user defaults, beside the database that they are kept in and beside a pipe.
 void registerDefaults();
 
+/// A cloud in a file with 150,000 rule records, saved in batches of 400 and fetched in pages of
+/// 2,000, beside the same rows in a bare table.
+void registerCloud();
+
 /// What the program does when it is started with this option and the path of user defaults: until
 /// it is killed it sets "pong" whenever "ping" changes.
 inline constexpr const char* echoDefaultsOption = "--echo-defaults";

@@ -23,6 +23,7 @@ int main(int argc, char** argv) {
   for (const auto& scenario : scenarios) registerChange(scenario);
   for (const auto& scenario : scenarios) registerEdits(scenario);
   registerDefaults();
+  registerCloud();
 #ifdef ORVANE_DESKTOP
   registerPopover();
   for (const auto& scenario : scenarios) registerCompile(scenario);
