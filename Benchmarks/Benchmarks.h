@@ -32,6 +32,9 @@ void registerDefaults();
 
 /// Changes of a queue in which 150,000 rules wait for the cloud, beside the same in an empty one.
 void registerQueue();
+/// A cloud in a file with 150,000 rule records, saved in batches of 400 and fetched in pages of
+/// 2,000, beside the same rows in a bare table.
+void registerCloud();
 
 /// What the program does when it is started with this option and the path of user defaults: until
 /// it is killed it sets "pong" whenever "ping" changes.

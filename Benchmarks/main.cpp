@@ -24,6 +24,7 @@ int main(int argc, char** argv) {
   for (const auto& scenario : scenarios) registerEdits(scenario);
   registerDefaults();
   registerQueue();
+  registerCloud();
 #ifdef ORVANE_DESKTOP
   registerPopover();
   for (const auto& scenario : scenarios) registerCompile(scenario);

@@ -211,7 +211,8 @@ TEST_F(SQLiteCloudTest, changesComeInTheOrderInWhichTheyWereLastSaved) {
   again.setValue("value", CKRecordValue("again"));
   ASSERT_TRUE(save(cloud, {again}));
   Strings names;
-  for (const auto& record : fetch(cloud)->changed) names.push_back(record.recordID().recordName);
+  const auto changes = fetch(cloud);
+  for (const auto& record : changes->changed) names.push_back(record.recordID().recordName);
   EXPECT_EQ(names, (Strings{"a", "b", "c"}));
 }
 
