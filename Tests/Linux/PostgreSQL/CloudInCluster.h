@@ -1,9 +1,13 @@
 #pragma once
 
 #include <memory>
+#include <optional>
+#include <stdexcept>
 #include <string>
+#include <type_traits>
+#include <utility>
+#include <vector>
 
-#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include "Linux/PostgreSQL/PostgreSQLCloud.h"
@@ -23,14 +27,12 @@ Value must(CKResult<Value> result) {
 class CloudInCluster {
  public:
   CloudInCluster() {
-    auto maintenance = connect("postgres", "postgres");
-    must(maintenance.transact({{"CREATE DATABASE cloud", {}}}, {}));
     auto admin = connect("postgres");
     must(installCloud(admin, {}));
     for (const auto* name : {"alice", "bob"}) must(addCloudUser(admin, name, std::nullopt, {}));
   }
 
-  PostgreSQLConnection connect(const std::string& role, const std::string& database = "cloud") {
+  PostgreSQLConnection connect(const std::string& role, const std::string& database = "postgres") {
     return must(PostgreSQLConnection::open(cluster.connectionString(role, database), {}, 0, {}));
   }
 

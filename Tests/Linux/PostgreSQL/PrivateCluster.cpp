@@ -12,6 +12,7 @@
 #include <poll.h>
 #include <pwd.h>
 #include <sys/file.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -103,6 +104,8 @@ void waitAMoment() { ::poll(nullptr, 0, 2); }
 }  // namespace
 
 PrivateCluster::PrivateCluster() {
+  // The server's processes come to this one when it is killed, so that their end can be awaited.
+  ::prctl(PR_SET_CHILD_SUBREAPER, 1);
   giveToServerUser(folder_.path());
   copyDataFolder(folder_.path());
   start();
@@ -156,9 +159,7 @@ void PrivateCluster::kill() {
   ::kill(server_, SIGKILL);
   ::waitpid(server_, nullptr, 0);
   server_ = -1;
-  for (const auto child : children) {
-    while (::kill(child, 0) == 0) waitAMoment();
-  }
+  for (const auto child : children) ::waitpid(child, nullptr, 0);
 }
 
 void PrivateCluster::freeze() {

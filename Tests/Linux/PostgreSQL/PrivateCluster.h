@@ -24,7 +24,7 @@ class PrivateCluster {
   ~PrivateCluster();
 
   /// A connection string for a role; the superuser is `postgres`.
-  std::string connectionString(const std::string& role, const std::string& database = "cloud",
+  std::string connectionString(const std::string& role, const std::string& database = "postgres",
                                const std::string& more = "") const;
 
   /// Does not wait.
