@@ -4,6 +4,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -42,6 +43,16 @@ class CloudInCluster {
     return must(admin.transact({{statement, {}}}, {}));
   }
 
+  /// Returns once a session waits for another one's lock.
+  void waitUntilBlocked() {
+    auto admin = connect("postgres");
+    while (must(admin.transact(
+               {{"SELECT FROM pg_stat_activity WHERE wait_event_type = 'Lock'", {}}}, {}))[0]
+               .rows() == 0) {
+      std::this_thread::yield();
+    }
+  }
+
   std::unique_ptr<PostgreSQLCloud> cloud(const std::string& role,
                                          const std::string& device = "device",
                                          PostgreSQLCloud::Options options = {}) {
@@ -49,6 +60,18 @@ class CloudInCluster {
   }
 
   PrivateCluster cluster;
+};
+
+/// Holds the lock that whoever changes a zone needs.
+class ZoneLock {
+ public:
+  explicit ZoneLock(CloudInCluster& server) : session_(server.connect("postgres")) {
+    must(session_.transact({{"BEGIN", {}}, {"SELECT FROM orvane.zones FOR UPDATE", {}}}, {}));
+  }
+  void release() { must(session_.transact({{"ROLLBACK", {}}}, {})); }
+
+ private:
+  PostgreSQLConnection session_;
 };
 
 inline const CKRecordZoneID zone{"zone"};

@@ -162,6 +162,11 @@ void PrivateCluster::kill() {
   for (const auto child : children) ::waitpid(child, nullptr, 0);
 }
 
+void PrivateCluster::shutDown() const {
+  ::kill(server_, SIGTERM);
+  while (PQping(connectionString("postgres").c_str()) != PQPING_REJECT) waitAMoment();
+}
+
 void PrivateCluster::freeze() {
   ::kill(server_, SIGSTOP);
   signalAll(SIGSTOP);

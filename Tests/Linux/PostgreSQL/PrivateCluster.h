@@ -32,6 +32,8 @@ class PrivateCluster {
   void waitUntilReady() const;
   /// Ends all its processes at once, as a loss of power would.
   void kill();
+  /// Lets nobody in any more, and ends when the last one has left.
+  void shutDown() const;
   /// Stops all its processes where they are, and lets them go on.
   void freeze();
   void thaw();
