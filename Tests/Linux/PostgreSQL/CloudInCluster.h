@@ -74,19 +74,21 @@ class ZoneLock {
   PostgreSQLConnection session_;
 };
 
-inline const CKRecordZoneID zone{"zone"};
+inline const CKRecordZoneID theZone{"zone"};
 
 inline CKRecord record(const std::string& name, const std::string& text) {
-  CKRecord made("Rule", {name, zone});
+  CKRecord made("Rule", {name, theZone});
   made.setValue("text", CKRecordValue(text));
   return made;
 }
 
-inline CloudBatch saving(std::vector<CKRecord> records) { return {zone, std::move(records), {}}; }
+inline CloudBatch saving(std::vector<CKRecord> records) {
+  return {theZone, std::move(records), {}};
+}
 
 /// The record as the user's cloud has it.
 inline std::optional<CKRecord> found(PostgreSQLCloud& cloud, const std::string& name) {
-  const auto all = must(cloud.fetchChanges(zone, std::nullopt, 100'000, {}));
+  const auto all = must(cloud.fetchChanges(theZone, std::nullopt, 100'000, {}));
   for (const auto& candidate : all.changed) {
     if (candidate.recordID().recordName == name) return candidate;
   }

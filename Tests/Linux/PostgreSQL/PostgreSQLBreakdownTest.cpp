@@ -75,7 +75,7 @@ TEST_F(PostgreSQLBreakdown, withoutAServerThereIsNoNetworkAndThePausesGrow) {
 }
 
 TEST_F(PostgreSQLBreakdown, aServerThatWasStartedAgainBetweenTwoCallsIsNotNoticed) {
-  must(cloud->saveZone(zone, {}));
+  must(cloud->saveZone(theZone, {}));
   server.cluster.kill();
   server.cluster.start();
   server.cluster.waitUntilReady();
@@ -83,7 +83,7 @@ TEST_F(PostgreSQLBreakdown, aServerThatWasStartedAgainBetweenTwoCallsIsNotNotice
 }
 
 TEST_F(PostgreSQLBreakdown, aServerThatIsKilledAmidACallIsANetworkFailure) {
-  must(cloud->saveZone(zone, {}));
+  must(cloud->saveZone(theZone, {}));
   ZoneLock lock(server);
   auto saved = saveUpToTheLock(record("one", ""));
   server.cluster.kill();
@@ -94,7 +94,7 @@ TEST_F(PostgreSQLBreakdown, aServerThatIsKilledAmidACallIsANetworkFailure) {
 }
 
 TEST_F(PostgreSQLBreakdown, aConnectionThatTheServerEndsAmidACallIsANetworkFailure) {
-  must(cloud->saveZone(zone, {}));
+  must(cloud->saveZone(theZone, {}));
   ZoneLock lock(server);
   auto saved = saveUpToTheLock(record("one", ""));
   server.tell("SELECT pg_terminate_backend(pid) FROM pg_stat_activity WHERE usename = 'alice'");
@@ -104,7 +104,7 @@ TEST_F(PostgreSQLBreakdown, aConnectionThatTheServerEndsAmidACallIsANetworkFailu
 }
 
 TEST_F(PostgreSQLBreakdown, aStatementThatTheServerCancelsIsNotDone) {
-  must(cloud->saveZone(zone, {}));
+  must(cloud->saveZone(theZone, {}));
   ZoneLock lock(server);
   auto saved = saveUpToTheLock(record("one", ""));
   server.tell("SELECT pg_cancel_backend(pid) FROM pg_stat_activity WHERE usename = 'alice'");
@@ -123,19 +123,20 @@ TEST_F(PostgreSQLBreakdown, aServerThatHangsIsGivenUpWhenTheTimeIsOver) {
   PostgreSQLCloud::Options options;
   options.timeouts.transaction = milliseconds(100);
   const auto hasty = server.cloud("alice", "a", options);
-  must(hasty->saveZone(zone, {}));
+  must(hasty->saveZone(theZone, {}));
   server.cluster.freeze();
-  expectError(hasty->fetchChanges(zone, std::nullopt, 10, {}).error(), CKErrorCode::networkFailure);
+  expectError(hasty->fetchChanges(theZone, std::nullopt, 10, {}).error(),
+              CKErrorCode::networkFailure);
   server.cluster.thaw();
   options.timeouts = {};
-  must(server.cloud("alice", "a", options)->fetchChanges(zone, std::nullopt, 10, {}));
+  must(server.cloud("alice", "a", options)->fetchChanges(theZone, std::nullopt, 10, {}));
 }
 
 TEST_F(PostgreSQLBreakdown, aServerThatHangsLetsNobodyIn) {
   PostgreSQLCloud::Options options;
   options.timeouts.connecting = milliseconds(100);
   server.cluster.freeze();
-  expectError(server.cloud("alice", "a", options)->saveZone(zone, {}).error(),
+  expectError(server.cloud("alice", "a", options)->saveZone(theZone, {}).error(),
               CKErrorCode::networkFailure);
   server.cluster.thaw();
 }
@@ -143,32 +144,32 @@ TEST_F(PostgreSQLBreakdown, aServerThatHangsLetsNobodyIn) {
 TEST_F(PostgreSQLBreakdown, aCallIsCancelledWhileItConnects) {
   server.cluster.freeze();
   int asked = 0;
-  const auto result = cloud->saveZone(zone, {[&] { return ++asked == 3; }});
+  const auto result = cloud->saveZone(theZone, {[&] { return ++asked == 3; }});
   expectError(result.error(), CKErrorCode::operationCancelled);
   server.cluster.thaw();
-  must(cloud->saveZone(zone, {}));
+  must(cloud->saveZone(theZone, {}));
 }
 
 TEST_F(PostgreSQLBreakdown, aCallIsCancelledWhileItWaitsForALock) {
-  must(cloud->saveZone(zone, {}));
+  must(cloud->saveZone(theZone, {}));
   ZoneLock lock(server);
   auto saved = saveUpToTheLock(record("one", ""));
   isCancelled = true;
   expectError(saved.get().error(), CKErrorCode::operationCancelled);
   lock.release();
   isCancelled = false;
-  EXPECT_TRUE(cloud->fetchChanges(zone, std::nullopt, 10, {}));
+  EXPECT_TRUE(cloud->fetchChanges(theZone, std::nullopt, 10, {}));
 }
 
 TEST_F(PostgreSQLBreakdown, aCancelledCallDoesNotBegin) {
   must(cloud->accountStatus({}));
-  expectError(cloud->saveZone(zone, {[] { return true; }}).error(),
+  expectError(cloud->saveZone(theZone, {[] { return true; }}).error(),
               CKErrorCode::operationCancelled);
   EXPECT_EQ(server.tell("SELECT FROM orvane.zones")[0].rows(), 0);
 }
 
 TEST_F(PostgreSQLBreakdown, theServerGivesUpACallWhoseClientIsGone) {
-  must(cloud->saveZone(zone, {}));
+  must(cloud->saveZone(theZone, {}));
   ZoneLock lock(server);
   auto saved = saveUpToTheLock(record("one", ""));
   isCancelled = true;
@@ -185,7 +186,7 @@ TEST_F(PostgreSQLBreakdown, aZoneThatSomebodyElseWritesForTooLongIsBusy) {
   PostgreSQLCloud::Options options;
   options.timeouts.lock = milliseconds(50);
   const auto hasty = server.cloud("alice", "a", options);
-  must(hasty->saveZone(zone, {}));
+  must(hasty->saveZone(theZone, {}));
   ZoneLock lock(server);
   expectError(hasty->modifyRecords(saving({record("one", "")}), {}).error(), CKErrorCode::zoneBusy);
   lock.release();
@@ -197,7 +198,7 @@ TEST_F(PostgreSQLBreakdown, aDeadlockIsABusyZone) {
   // Whoever waits longest without looking for a deadlock is not its victim.
   server.tell("ALTER ROLE alice SET deadlock_timeout = '2s'");
   server.tell("ALTER ROLE postgres SET deadlock_timeout = '1min'");
-  must(cloud->saveZone(zone, {}));
+  must(cloud->saveZone(theZone, {}));
   const auto tag = must(cloud->modifyRecords(saving({record("one", "")}), {})).changeTags[0];
   auto rival = server.connect("postgres");
   must(rival.transact({{"BEGIN", {}}, {"SELECT FROM orvane.records FOR UPDATE", {}}}, {}));
@@ -208,7 +209,8 @@ TEST_F(PostgreSQLBreakdown, aDeadlockIsABusyZone) {
 
 TEST_F(PostgreSQLBreakdown, aPasswordIsAskedFor) {
   server.tell("CREATE ROLE guarded LOGIN");
-  expectError(server.cloud("guarded")->saveZone(zone, {}).error(), CKErrorCode::notAuthenticated);
+  expectError(server.cloud("guarded")->saveZone(theZone, {}).error(),
+              CKErrorCode::notAuthenticated);
   auto admin = server.connect("postgres");
   must(addCloudUser(admin, "guarded", "open 'se\\same", {}));
   const auto with = [&](const std::string& password) {
@@ -225,36 +227,37 @@ TEST_F(PostgreSQLBreakdown, aDatabaseThatIsNotThereOrNotPreparedIsABadContainer)
   for (const auto* database : {"missing", "template1"}) {
     PostgreSQLCloud misled(server.cluster.connectionString("alice", database), "a");
     expectError(misled.accountStatus({}).error(), CKErrorCode::badContainer);
-    expectError(misled.saveZone(zone, {}).error(), CKErrorCode::badContainer);
+    expectError(misled.saveZone(theZone, {}).error(), CKErrorCode::badContainer);
   }
   PostgreSQLCloud malformed("host", "a");
-  expectError(malformed.saveZone(zone, {}).error(), CKErrorCode::badContainer);
+  expectError(malformed.saveZone(theZone, {}).error(), CKErrorCode::badContainer);
 }
 
 TEST_F(PostgreSQLBreakdown, aTableThatIsGoneIsABadContainer) {
-  must(cloud->saveZone(zone, {}));
+  must(cloud->saveZone(theZone, {}));
   server.tell("DROP TABLE orvane.records");
-  expectError(cloud->fetchChanges(zone, std::nullopt, 10, {}).error(), CKErrorCode::badContainer);
+  expectError(cloud->fetchChanges(theZone, std::nullopt, 10, {}).error(),
+              CKErrorCode::badContainer);
 }
 
 TEST_F(PostgreSQLBreakdown, tooManyConnectionsAreALimitOfRequests) {
   server.tell("ALTER ROLE alice CONNECTION LIMIT 0");
-  expectError(cloud->saveZone(zone, {}).error(), CKErrorCode::requestRateLimited);
+  expectError(cloud->saveZone(theZone, {}).error(), CKErrorCode::requestRateLimited);
 }
 
 TEST_F(PostgreSQLBreakdown, aServerThatMayOnlyBeReadIsUnavailableForChanges) {
-  must(cloud->saveZone(zone, {}));
+  must(cloud->saveZone(theZone, {}));
   server.tell("ALTER ROLE alice SET default_transaction_read_only = on");
   const auto reading = server.cloud("alice");
   expectError(reading->modifyRecords(saving({record("one", "")}), {}).error(),
               CKErrorCode::serviceUnavailable);
-  must(reading->fetchChanges(zone, std::nullopt, 10, {}));
+  must(reading->fetchChanges(theZone, std::nullopt, 10, {}));
 }
 
 TEST_F(PostgreSQLBreakdown, aRightThatWasTakenAwayIsAPermissionFailure) {
   must(cloud->accountStatus({}));
   server.tell("REVOKE INSERT (zone) ON orvane.zones FROM orvane_user");
-  expectError(cloud->saveZone(zone, {}).error(), CKErrorCode::permissionFailure);
+  expectError(cloud->saveZone(theZone, {}).error(), CKErrorCode::permissionFailure);
 }
 
 TEST_F(PostgreSQLBreakdown, whateverStateAStatementFailsWithHasItsCode) {
@@ -270,26 +273,26 @@ TEST_F(PostgreSQLBreakdown, whateverStateAStatementFailsWithHasItsCode) {
     server.tell(
         "CREATE OR REPLACE TRIGGER fail BEFORE INSERT ON orvane.zones "
         "FOR EACH ROW EXECUTE FUNCTION public.fail()");
-    expectError(cloud->saveZone(zone, {}).error(), code);
+    expectError(cloud->saveZone(theZone, {}).error(), code);
   }
 }
 
 TEST_F(PostgreSQLBreakdown, aRecordWhoseAnswerWasLostIsSavedWhenItIsSavedAgain) {
-  must(cloud->saveZone(zone, {}));
+  must(cloud->saveZone(theZone, {}));
   saveAndLoseTheAnswer(record("one", "text"));
   const auto again = must(cloud->modifyRecords(saving({record("one", "text")}), {}));
   EXPECT_EQ(found(*cloud, "one"), record("one", "text").savedWithChangeTag(again.changeTags[0]));
 }
 
 TEST_F(PostgreSQLBreakdown, aRecordWhoseAnswerWasLostMayBeSavedAgainWithOthers) {
-  must(cloud->saveZone(zone, {}));
+  must(cloud->saveZone(theZone, {}));
   saveAndLoseTheAnswer(record("one", "text"));
   must(cloud->modifyRecords(saving({record("two", ""), record("one", "text")}), {}));
   EXPECT_TRUE(found(*cloud, "two"));
 }
 
 TEST_F(PostgreSQLBreakdown, aLostAnswerHidesNoConflictWithAnotherMachine) {
-  must(cloud->saveZone(zone, {}));
+  must(cloud->saveZone(theZone, {}));
   saveAndLoseTheAnswer(record("one", "text"));
   const auto other = server.cloud("alice", "b");
   must(other->modifyRecords(saving({changed(*found(*other, "one"), "text")}), {}));
@@ -298,14 +301,14 @@ TEST_F(PostgreSQLBreakdown, aLostAnswerHidesNoConflictWithAnotherMachine) {
 }
 
 TEST_F(PostgreSQLBreakdown, aLostAnswerHidesNoConflictOfOtherValues) {
-  must(cloud->saveZone(zone, {}));
+  must(cloud->saveZone(theZone, {}));
   saveAndLoseTheAnswer(record("one", "text"));
   EXPECT_EQ(codeOf(cloud->modifyRecords(saving({record("one", "other")}), {})),
             CKErrorCode::partialFailure);
 }
 
 TEST_F(PostgreSQLBreakdown, aLostAnswerIsForgottenOnceThereIsOne) {
-  must(cloud->saveZone(zone, {}));
+  must(cloud->saveZone(theZone, {}));
   saveAndLoseTheAnswer(record("one", "text"));
   must(cloud->modifyRecords(saving({record("one", "text")}), {}));
   EXPECT_EQ(codeOf(cloud->modifyRecords(saving({record("one", "text")}), {})),
@@ -316,14 +319,14 @@ TEST_F(PostgreSQLBreakdown, aServerKilledAtAnyMomentHasTheBatchOrHasItNot) {
   constexpr int rounds = 12;
   constexpr int size = 50;
   std::minstd_rand random(1);
-  must(cloud->saveZone(zone, {}));
+  must(cloud->saveZone(theZone, {}));
   std::vector<CKRecord> records;
   for (int index = 0; index < size; ++index) records.push_back(record(std::to_string(index), "0"));
   must(cloud->modifyRecords(saving(records), {}));
   int lost = 0;
   for (int round = 1; round <= rounds; ++round) {
     std::vector<CKRecord> next;
-    const auto before = must(cloud->fetchChanges(zone, std::nullopt, size, {})).changed;
+    const auto before = must(cloud->fetchChanges(theZone, std::nullopt, size, {})).changed;
     const auto text = std::to_string(round);
     for (const auto& one : before) next.push_back(changed(one, text));
     std::atomic<bool> begun = false;
@@ -341,7 +344,7 @@ TEST_F(PostgreSQLBreakdown, aServerKilledAtAnyMomentHasTheBatchOrHasItNot) {
     if (!result) expectError(result.error(), CKErrorCode::networkFailure);
     server.cluster.start();
     server.cluster.waitUntilReady();
-    const auto after = must(cloud->fetchChanges(zone, std::nullopt, size, {})).changed;
+    const auto after = must(cloud->fetchChanges(theZone, std::nullopt, size, {})).changed;
     const bool isDone = after != before;
     lost += result ? 0 : 1;
     EXPECT_TRUE(isDone || !result);

@@ -51,8 +51,8 @@ class Told {
 class PostgreSQLListenerTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    must(cloud->saveZone(zone, {}));
-    must(cloud->saveSubscription({"s", zone}, {}));
+    must(cloud->saveZone(theZone, {}));
+    must(cloud->saveSubscription({"s", theZone}, {}));
   }
 
   /// Returns once everything that is told at first was told.
@@ -74,7 +74,7 @@ TEST_F(PostgreSQLListenerTest, tellsOfChangesOfAnotherMachineAndOfItsOwn) {
   EXPECT_TRUE(told.waitFor(Kind::zoneChanged, "s"));
   must(cloud->modifyRecords(saving({record("two", "")}), {}));
   EXPECT_TRUE(told.waitFor(Kind::zoneChanged, "s"));
-  must(other->modifyRecords({zone, {}, {{"one", zone}}}, {}));
+  must(other->modifyRecords({theZone, {}, {{"one", theZone}}}, {}));
   EXPECT_TRUE(told.waitFor(Kind::zoneChanged, "s"));
 }
 
@@ -86,10 +86,10 @@ TEST_F(PostgreSQLListenerTest, tellsOfTheKeyValueStore) {
 
 TEST_F(PostgreSQLListenerTest, tellsOfAZoneThatIsDeletedOrSubscribedToLater) {
   listen();
-  must(other->deleteZone(zone, {}));
+  must(other->deleteZone(theZone, {}));
   EXPECT_TRUE(told.waitFor(Kind::zoneChanged, "s"));
-  must(other->saveZone(zone, {}));
-  must(other->saveSubscription({"t", zone}, {}));
+  must(other->saveZone(theZone, {}));
+  must(other->saveSubscription({"t", theZone}, {}));
   must(other->modifyRecords(saving({record("one", "")}), {}));
   EXPECT_TRUE(told.waitFor(Kind::zoneChanged, "t"));
 }
@@ -98,8 +98,8 @@ TEST_F(PostgreSQLListenerTest, tellsNothingOfAZoneWithoutASubscriptionNorOfAnoth
   const CKRecordZoneID quiet{"quiet"};
   must(other->saveZone(quiet, {}));
   const auto bob = server.cloud("bob");
-  must(bob->saveZone(zone, {}));
-  must(bob->saveSubscription({"of bob", zone}, {}));
+  must(bob->saveZone(theZone, {}));
+  must(bob->saveSubscription({"of bob", theZone}, {}));
   listen();
   must(other->modifyRecords({quiet, {CKRecord("Rule", {"one", quiet})}, {}}, {}));
   must(bob->modifyRecords(saving({record("one", "")}), {}));

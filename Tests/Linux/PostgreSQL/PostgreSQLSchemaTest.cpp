@@ -11,7 +11,7 @@ class PostgreSQLSchema : public ::testing::Test {
  protected:
   void SetUp() override {
     const auto cloud = server.cloud("alice");
-    must(cloud->saveZone(zone, {}));
+    must(cloud->saveZone(theZone, {}));
     must(cloud->modifyRecords(saving({record("one", "")}), {}));
     must(cloud->exchangeKeyValues({{"a", "1"}}, std::nullopt, {}));
     must(cloud->addPublicRecord(record("report", ""), {}));
@@ -38,7 +38,7 @@ TEST_F(PostgreSQLSchema, isInstalledAgainWithoutAChange) {
   must(installCloud(admin, {}));
   must(addCloudUser(admin, "alice", std::nullopt, {}));
   EXPECT_EQ(everything(), before);
-  EXPECT_TRUE(server.cloud("alice")->fetchChanges(zone, std::nullopt, 10, {}));
+  EXPECT_TRUE(server.cloud("alice")->fetchChanges(theZone, std::nullopt, 10, {}));
 }
 
 TEST_F(PostgreSQLSchema, ofANewerVersionIsLeftAlone) {

@@ -14,7 +14,7 @@ namespace {
 
 class PostgreSQLWriters : public ::testing::TestWithParam<int> {
  protected:
-  void SetUp() override { must(server.cloud("alice")->saveZone(zone, {})); }
+  void SetUp() override { must(server.cloud("alice")->saveZone(theZone, {})); }
 
   static constexpr int batches = 30;
   static constexpr int batchSize = 10;
@@ -50,7 +50,7 @@ TEST_P(PostgreSQLWriters, missNoChangeInAFetchMeanwhile) {
     isLast = running == 0;
     bool isMoreComing = true;
     while (isMoreComing) {
-      const auto changes = must(reader->fetchChanges(zone, token, 25, {}));
+      const auto changes = must(reader->fetchChanges(theZone, token, 25, {}));
       for (const auto& changed : changes.changed) fetched.insert(changed.recordID().recordName);
       count += changes.changed.size();
       const auto mark = PostgreSQLChangeMark::parse(changes.token.value);
