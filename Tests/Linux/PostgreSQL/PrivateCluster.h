@@ -42,7 +42,7 @@ class PrivateCluster {
   std::vector<pid_t> workers() const;
   void signalAll(int signal) const;
 
-  TemporaryDirectory folder_;
+  TemporaryDirectory folder_;  ///< in memory where there is enough of it
   pid_t server_ = -1;
 };
 
