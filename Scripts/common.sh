@@ -13,6 +13,11 @@ install_packages() {
   done < <(grep -v '^#' packages.txt)
   [ ${#missing[@]} -gt 0 ] || return 0
   echo "Installing ${missing[*]}"
+  # The tests start servers of their own; none is to run besides.
+  if [ ! -e /etc/postgresql-common/createcluster.conf ]; then
+    as_root mkdir -p /etc/postgresql-common
+    echo "create_main_cluster = false" | as_root tee /etc/postgresql-common/createcluster.conf >/dev/null
+  fi
   as_root apt-get update -qq
   as_root env DEBIAN_FRONTEND=noninteractive \
     apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null

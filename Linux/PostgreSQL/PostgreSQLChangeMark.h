@@ -10,10 +10,10 @@ namespace orvane {
 /// A place in the changes of one zone, or of the key-value store: what change tags and change
 /// tokens hold.
 struct PostgreSQLChangeMark {
-  std::string epoch;
   std::int64_t seq = 0;
+  std::string epoch;
 
-  /// The epoch, a dot, and the number.
+  /// The number, a dot, and the epoch.
   std::string text() const;
   /// Nothing when that is no such text.
   static std::optional<PostgreSQLChangeMark> parse(std::string_view text);

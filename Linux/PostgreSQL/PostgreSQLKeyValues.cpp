@@ -81,7 +81,7 @@ CKResult<CloudKeyValues> exchangedKeyValues(const PostgreSQLResult& result) {
   }
   CloudKeyValues keyValues;
   keyValues.token.value =
-      PostgreSQLChangeMark{std::string(result.text(0, 0)), result.integer(0, 1)}.text();
+      PostgreSQLChangeMark{result.integer(0, 1), std::string(result.text(0, 0))}.text();
   const int found = result.isNull(0, 2) ? 0 : result.rows();
   for (int row = 0; row < found; ++row) {
     auto& value = keyValues.changes[std::string(result.text(row, 2))];

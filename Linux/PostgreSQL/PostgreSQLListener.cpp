@@ -18,10 +18,10 @@ namespace {
 constexpr double pauseAfterLastingError = 60;
 
 constexpr const char* findCounts =
-    "SELECT subscription, epoch || '.' || seq FROM orvane.zones "
+    "SELECT subscription, seq || '.' || epoch FROM orvane.zones "
     "WHERE owner = current_user AND subscription IS NOT NULL "
     "UNION ALL "
-    "SELECT '', epoch || '.' || seq FROM orvane.accounts WHERE owner = current_user";
+    "SELECT '', seq || '.' || epoch FROM orvane.accounts WHERE owner = current_user";
 
 CloudEvent eventFor(const std::string& subscription) {
   if (subscription.empty()) return {CloudEvent::Kind::keyValuesChanged, ""};

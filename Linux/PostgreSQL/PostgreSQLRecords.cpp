@@ -23,7 +23,7 @@ constexpr const char* checkAndWrite = R"sql(
 WITH zone AS (
   SELECT id, epoch, seq FROM orvane.zones WHERE owner = current_user AND zone = $1
 ), item AS (
-  SELECT wanted.*, zone.epoch || '.' || stored.tag AS stored_tag, stored.type AS stored_type,
+  SELECT wanted.*, stored.tag || '.' || zone.epoch AS stored_tag, stored.type AS stored_type,
          stored.fields AS stored_fields, stored.device AS stored_device
   FROM unnest($2::text[], $3::text[], $4::text[], $5::jsonb[])
     WITH ORDINALITY AS wanted (name, type, expected, changes, place)
@@ -145,7 +145,7 @@ CKResult<ModifyOutcome> modifyOutcome(const CloudBatch& batch,
       outcome.result.unknownIDs.push_back(batch.recordIDsToDelete[index]);
     }
   }
-  PostgreSQLChangeMark mark{std::string(zone.text(0, 0)), zone.integer(0, 1)};
+  PostgreSQLChangeMark mark{zone.integer(0, 1), std::string(zone.text(0, 0))};
   for (std::size_t saved = 0; saved < batch.recordsToSave.size(); ++saved) {
     ++mark.seq;
     outcome.result.changeTags.push_back(mark.text());
@@ -169,7 +169,7 @@ PostgreSQLStatement fetchStatement(const CKRecordZoneID& zoneID,
 CKResult<CloudChanges> fetchedChanges(const CKRecordZoneID& zoneID, std::size_t limit,
                                       const PostgreSQLResult& result) {
   if (result.rows() == 0) return tl::unexpected(noSuchZone(zoneID));
-  PostgreSQLChangeMark mark{std::string(result.text(0, 0)), result.integer(0, 1)};
+  PostgreSQLChangeMark mark{result.integer(0, 1), std::string(result.text(0, 0))};
   CloudChanges changes;
   const int found = result.isNull(0, 2) ? 0 : result.rows();
   changes.moreComing = static_cast<std::size_t>(found) > limit;
@@ -177,7 +177,7 @@ CKResult<CloudChanges> fetchedChanges(const CKRecordZoneID& zoneID, std::size_t 
   for (int row = 0; row < taken; ++row) {
     CKRecordID recordID{std::string(result.text(row, 2)), zoneID};
     std::string type(result.text(row, 3));
-    const PostgreSQLChangeMark tag{mark.epoch, result.integer(row, 4)};
+    const PostgreSQLChangeMark tag{result.integer(row, 4), mark.epoch};
     // What is left behind this one comes next.
     if (changes.moreComing) mark.seq = tag.seq;
     if (result.boolean(row, 5)) {

@@ -42,7 +42,7 @@ DO $$ BEGIN
     epoch text NOT NULL DEFAULT left(replace(gen_random_uuid()::text, '-', ''), 12),
     seq bigint NOT NULL DEFAULT 0,
     key_count bigint NOT NULL DEFAULT 0 CHECK (key_count <= 1024),
-    byte_count bigint NOT NULL DEFAULT 0 CHECK (byte_count <= 1048576));
+    byte_count bigint NOT NULL DEFAULT 0 CHECK (byte_count <= 1000000));
 
   CREATE TABLE IF NOT EXISTS orvane.zones (
     id bigint GENERATED ALWAYS AS IDENTITY PRIMARY KEY,

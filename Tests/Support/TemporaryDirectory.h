@@ -9,8 +9,9 @@ namespace orvane::test {
 /// A folder of its own for one test, removed with everything in it.
 class TemporaryDirectory {
  public:
-  TemporaryDirectory() {
-    std::string name = (std::filesystem::temp_directory_path() / "orvane-test-XXXXXX").string();
+  explicit TemporaryDirectory(
+      const std::filesystem::path& parent = std::filesystem::temp_directory_path()) {
+    std::string name = (parent / "orvane-test-XXXXXX").string();
     if (::mkdtemp(name.data()) == nullptr) std::abort();
     path_ = name;
   }

@@ -1,9 +1,14 @@
 #pragma once
 
 #include <memory>
+#include <optional>
+#include <stdexcept>
 #include <string>
+#include <thread>
+#include <type_traits>
+#include <utility>
+#include <vector>
 
-#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include "Linux/PostgreSQL/PostgreSQLCloud.h"
@@ -23,14 +28,12 @@ Value must(CKResult<Value> result) {
 class CloudInCluster {
  public:
   CloudInCluster() {
-    auto maintenance = connect("postgres", "postgres");
-    must(maintenance.transact({{"CREATE DATABASE cloud", {}}}, {}));
     auto admin = connect("postgres");
     must(installCloud(admin, {}));
     for (const auto* name : {"alice", "bob"}) must(addCloudUser(admin, name, std::nullopt, {}));
   }
 
-  PostgreSQLConnection connect(const std::string& role, const std::string& database = "cloud") {
+  PostgreSQLConnection connect(const std::string& role, const std::string& database = "postgres") {
     return must(PostgreSQLConnection::open(cluster.connectionString(role, database), {}, 0, {}));
   }
 
@@ -38,6 +41,16 @@ class CloudInCluster {
   PostgreSQLConnection::Results tell(const std::string& statement) {
     auto admin = connect("postgres");
     return must(admin.transact({{statement, {}}}, {}));
+  }
+
+  /// Returns once a session waits for another one's lock.
+  void waitUntilBlocked() {
+    auto admin = connect("postgres");
+    while (must(admin.transact(
+               {{"SELECT FROM pg_stat_activity WHERE wait_event_type = 'Lock'", {}}}, {}))[0]
+               .rows() == 0) {
+      std::this_thread::yield();
+    }
   }
 
   std::unique_ptr<PostgreSQLCloud> cloud(const std::string& role,
@@ -49,19 +62,33 @@ class CloudInCluster {
   PrivateCluster cluster;
 };
 
-inline const CKRecordZoneID zone{"zone"};
+/// Holds the lock that whoever changes a zone needs.
+class ZoneLock {
+ public:
+  explicit ZoneLock(CloudInCluster& server) : session_(server.connect("postgres")) {
+    must(session_.transact({{"BEGIN", {}}, {"SELECT FROM orvane.zones FOR UPDATE", {}}}, {}));
+  }
+  void release() { must(session_.transact({{"ROLLBACK", {}}}, {})); }
+
+ private:
+  PostgreSQLConnection session_;
+};
+
+inline const CKRecordZoneID theZone{"zone"};
 
 inline CKRecord record(const std::string& name, const std::string& text) {
-  CKRecord made("Rule", {name, zone});
+  CKRecord made("Rule", {name, theZone});
   made.setValue("text", CKRecordValue(text));
   return made;
 }
 
-inline CloudBatch saving(std::vector<CKRecord> records) { return {zone, std::move(records), {}}; }
+inline CloudBatch saving(std::vector<CKRecord> records) {
+  return {theZone, std::move(records), {}};
+}
 
 /// The record as the user's cloud has it.
 inline std::optional<CKRecord> found(PostgreSQLCloud& cloud, const std::string& name) {
-  const auto all = must(cloud.fetchChanges(zone, std::nullopt, 100'000, {}));
+  const auto all = must(cloud.fetchChanges(theZone, std::nullopt, 100'000, {}));
   for (const auto& candidate : all.changed) {
     if (candidate.recordID().recordName == name) return candidate;
   }

@@ -1,6 +1,7 @@
 #include "Tests/Linux/PostgreSQL/PrivateCluster.h"
 
 #include <csignal>
+#include <cstdint>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
@@ -12,6 +13,7 @@
 #include <poll.h>
 #include <pwd.h>
 #include <sys/file.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -98,18 +100,36 @@ void copyDataFolder(const std::filesystem::path& folder) {
   giveToServerUser(folder);
 }
 
+std::filesystem::path parentFolder() {
+  constexpr std::uintmax_t enough = std::uintmax_t{1} << 30U;
+  const std::filesystem::path inMemory = "/dev/shm";
+  std::error_code error;
+  const auto space = std::filesystem::space(inMemory, error);
+  const bool isUsable =
+      !error && space.available >= enough && ::access(inMemory.c_str(), W_OK) == 0;
+  return isUsable ? inMemory : std::filesystem::temp_directory_path();
+}
+
 void waitAMoment() { ::poll(nullptr, 0, 2); }
 
 }  // namespace
 
-PrivateCluster::PrivateCluster() {
+PrivateCluster::PrivateCluster() : folder_(parentFolder()) {
+  // The server's processes come to this one when it is killed, so that their end can be awaited.
+  ::prctl(PR_SET_CHILD_SUBREAPER, 1);
   giveToServerUser(folder_.path());
   copyDataFolder(folder_.path());
   start();
   waitUntilReady();
 }
 
-PrivateCluster::~PrivateCluster() { kill(); }
+PrivateCluster::~PrivateCluster() {
+  if (server_ <= 0) return;
+  // Unlike a kill, this leaves none of the system's shared memory behind.
+  thaw();
+  ::kill(server_, SIGQUIT);
+  ::waitpid(server_, nullptr, 0);
+}
 
 std::string PrivateCluster::connectionString(const std::string& role, const std::string& database,
                                              const std::string& more) const {
@@ -119,8 +139,8 @@ std::string PrivateCluster::connectionString(const std::string& role, const std:
 void PrivateCluster::start() {
   server_ = launch({programs / "postgres", "-D", folder_ / "data", "-k", folder_.path(), "-c",
                     "listen_addresses=", "-c", "fsync=off", "-c", "shared_buffers=16MB", "-c",
-                    "max_connections=40", "-c", "superuser_reserved_connections=3", "-c",
-                    "log_min_messages=fatal"},
+                    "max_connections=40", "-c", "dynamic_shared_memory_type=mmap", "-c",
+                    "superuser_reserved_connections=3", "-c", "log_min_messages=fatal"},
                    folder_ / "log");
 }
 
@@ -156,9 +176,12 @@ void PrivateCluster::kill() {
   ::kill(server_, SIGKILL);
   ::waitpid(server_, nullptr, 0);
   server_ = -1;
-  for (const auto child : children) {
-    while (::kill(child, 0) == 0) waitAMoment();
-  }
+  for (const auto child : children) ::waitpid(child, nullptr, 0);
+}
+
+void PrivateCluster::shutDown() const {
+  ::kill(server_, SIGTERM);
+  while (PQping(connectionString("postgres").c_str()) != PQPING_REJECT) waitAMoment();
 }
 
 void PrivateCluster::freeze() {

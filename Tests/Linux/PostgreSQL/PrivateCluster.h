@@ -24,7 +24,7 @@ class PrivateCluster {
   ~PrivateCluster();
 
   /// A connection string for a role; the superuser is `postgres`.
-  std::string connectionString(const std::string& role, const std::string& database = "cloud",
+  std::string connectionString(const std::string& role, const std::string& database = "postgres",
                                const std::string& more = "") const;
 
   /// Does not wait.
@@ -32,6 +32,8 @@ class PrivateCluster {
   void waitUntilReady() const;
   /// Ends all its processes at once, as a loss of power would.
   void kill();
+  /// Lets nobody in any more, and ends when the last one has left.
+  void shutDown() const;
   /// Stops all its processes where they are, and lets them go on.
   void freeze();
   void thaw();
@@ -40,7 +42,7 @@ class PrivateCluster {
   std::vector<pid_t> workers() const;
   void signalAll(int signal) const;
 
-  TemporaryDirectory folder_;
+  TemporaryDirectory folder_;  ///< in memory where there is enough of it
   pid_t server_ = -1;
 };
 

@@ -1,0 +1,160 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "Linux/PostgreSQL/PostgreSQLSchema.h"
+#include "Tests/Linux/PostgreSQL/CloudInCluster.h"
+
+namespace orvane::test {
+namespace {
+
+class PostgreSQLSchema : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    const auto cloud = server.cloud("alice");
+    must(cloud->saveZone(theZone, {}));
+    must(cloud->modifyRecords(saving({record("one", "")}), {}));
+    must(cloud->exchangeKeyValues({{"a", "1"}}, std::nullopt, {}));
+    must(cloud->addPublicRecord(record("report", ""), {}));
+  }
+
+  /// What is of alice, as the superuser sees it.
+  std::string everything() {
+    return std::string(
+        server
+            .tell("SELECT concat((SELECT json_agg(accounts ORDER BY owner) FROM orvane.accounts),"
+                  " (SELECT json_agg(zones) FROM orvane.zones),"
+                  " (SELECT json_agg(records) FROM orvane.records),"
+                  " (SELECT json_agg(key_values) FROM orvane.key_values),"
+                  " (SELECT json_agg(reports) FROM orvane.reports))")[0]
+            .text(0, 0));
+  }
+
+  CloudInCluster server;
+};
+
+TEST_F(PostgreSQLSchema, isInstalledAgainWithoutAChange) {
+  const auto before = everything();
+  auto admin = server.connect("postgres");
+  must(installCloud(admin, {}));
+  must(addCloudUser(admin, "alice", std::nullopt, {}));
+  EXPECT_EQ(everything(), before);
+  EXPECT_TRUE(server.cloud("alice")->fetchChanges(theZone, std::nullopt, 10, {}));
+}
+
+TEST_F(PostgreSQLSchema, ofANewerVersionIsLeftAlone) {
+  server.tell("UPDATE orvane.version SET version = 2");
+  auto admin = server.connect("postgres");
+  EXPECT_EQ(codeOf(installCloud(admin, {})), CKErrorCode::badContainer);
+  EXPECT_EQ(codeOf(server.cloud("alice")->accountStatus({})), CKErrorCode::badContainer);
+  EXPECT_EQ(server.tell("SELECT version FROM orvane.version")[0].integer(0, 0), 2);
+}
+
+TEST_F(PostgreSQLSchema, isInstalledBySomebodyWhoMayNot) {
+  auto alice = server.connect("alice");
+  EXPECT_EQ(codeOf(installCloud(alice, {})), CKErrorCode::permissionFailure);
+  EXPECT_EQ(codeOf(addCloudUser(alice, "carol", std::nullopt, {})), CKErrorCode::permissionFailure);
+}
+
+TEST_F(PostgreSQLSchema, isInstalledByTwoAtOnce) {
+  server.tell("CREATE DATABASE empty");
+  std::vector<std::thread> installing;
+  std::atomic<int> installed = 0;
+  for (int index = 0; index < 4; ++index) {
+    installing.emplace_back([&] {
+      auto admin = server.connect("postgres", "empty");
+      if (installCloud(admin, {}) && addCloudUser(admin, "dora", std::nullopt, {})) ++installed;
+    });
+  }
+  for (auto& one : installing) one.join();
+  EXPECT_EQ(installed, 4);
+}
+
+TEST_F(PostgreSQLSchema, aUserMayHaveAnyName) {
+  auto admin = server.connect("postgres");
+  must(addCloudUser(admin, "O'Hara \\ \"x\" $$", std::nullopt, {}));
+  EXPECT_EQ(server.tell("SELECT FROM pg_roles WHERE rolname = E'O\\'Hara \\\\ \"x\" $$'")[0].rows(),
+            1);
+}
+
+TEST_F(PostgreSQLSchema, aUserIsAddedToTheCloudAndToNothingElse) {
+  auto bob = server.connect("bob");
+  for (const auto* statement :
+       {"CREATE TABLE public.t ()", "CREATE TEMPORARY TABLE t ()", "CREATE TABLE orvane.t ()",
+        "CREATE SCHEMA s", "CREATE ROLE r", "DROP TABLE orvane.zones", "TRUNCATE orvane.zones",
+        "ALTER TABLE orvane.zones DISABLE ROW LEVEL SECURITY", "SET ROLE alice",
+        "SET ROLE postgres", "SET SESSION AUTHORIZATION alice"}) {
+    EXPECT_EQ(codeOf(bob.transact({{statement, {}}}, {})), CKErrorCode::permissionFailure)
+        << statement;
+  }
+}
+
+/// Statements of a user who is after another's rows: they are forbidden, or find none.
+TEST_F(PostgreSQLSchema, noStatementReachesTheRowsOfAnother) {
+  const auto before = everything();
+  auto bob = server.connect("bob");
+  const std::vector<std::string> fruitless{
+      "SELECT FROM orvane.accounts WHERE owner <> 'bob'",
+      "SELECT FROM orvane.zones",
+      "SELECT FROM orvane.zones FOR UPDATE",
+      "SELECT FROM orvane.records",
+      "SELECT FROM orvane.key_values",
+      "UPDATE orvane.accounts SET seq = 9 WHERE owner = 'alice' RETURNING 1",
+      "UPDATE orvane.zones SET seq = 9 RETURNING 1",
+      "UPDATE orvane.records SET name = 'mine' RETURNING 1",
+      "UPDATE orvane.records SET owner = 'bob' RETURNING 1",
+      "UPDATE orvane.key_values SET value = '2' RETURNING 1",
+      "DELETE FROM orvane.zones RETURNING 1"};
+  for (const auto& statement : fruitless) {
+    EXPECT_EQ(must(bob.transact({{statement, {}}}, {}))[0].rows(), 0) << statement;
+  }
+  const std::vector<std::string> forbidden{
+      "SELECT FROM orvane.reports",
+      "SELECT id FROM orvane.reports",
+      "INSERT INTO orvane.accounts (owner) VALUES ('bob2')",
+      "UPDATE orvane.accounts SET owner = 'alice'",
+      "UPDATE orvane.accounts SET channel = 'x'",
+      "DELETE FROM orvane.accounts",
+      "INSERT INTO orvane.zones (zone, owner) VALUES ('z', 'alice')",
+      "UPDATE orvane.zones SET owner = 'bob'",
+      "INSERT INTO orvane.records (zone_id, owner, name, type, tag, fields, device) "
+      "VALUES (1, 'alice', 'two', '', 9, '{}', '')",
+      "DELETE FROM orvane.records",
+      "INSERT INTO orvane.key_values (owner, key, value, seq) VALUES ('alice', 'b', '1', 9)",
+      "INSERT INTO orvane.key_values (owner, key, value, seq) VALUES ('alice', 'a', '1', 9) "
+      "ON CONFLICT (owner, key) DO UPDATE SET value = '2'",
+      "DELETE FROM orvane.key_values",
+      "INSERT INTO orvane.reports (id, owner, type, fields, device) "
+      "VALUES ('r', 'alice', '', '{}', '')",
+      "INSERT INTO orvane.reports (id, type, fields, device) VALUES ('r', '', '{}', '') "
+      "RETURNING id",
+      "INSERT INTO orvane.reports (id, type, fields, device) VALUES ('report', '', '{}', '') "
+      "ON CONFLICT (id) DO UPDATE SET type = 'x'",
+      "UPDATE orvane.reports SET type = 'x'",
+      "DELETE FROM orvane.reports",
+      "INSERT INTO orvane.version VALUES (2)",
+      "UPDATE orvane.version SET version = 2"};
+  for (const auto& statement : forbidden) {
+    EXPECT_EQ(codeOf(bob.transact({{statement, {}}}, {})), CKErrorCode::permissionFailure)
+        << statement;
+  }
+  EXPECT_EQ(everything(), before);
+}
+
+TEST_F(PostgreSQLSchema, nobodyPutsARowIntoAnothersZone) {
+  const auto before = everything();
+  auto bob = server.connect("bob");
+  const auto inserted =
+      bob.transact({{"INSERT INTO orvane.records (zone_id, name, type, tag, fields, device) "
+                     "SELECT id, 'two', '', 9, '{}', '' FROM generate_series(1, 3) AS id",
+                     {}}},
+                   {});
+  EXPECT_EQ(codeOf(inserted), CKErrorCode::zoneNotFound);
+  EXPECT_EQ(everything(), before);
+}
+
+TEST_F(PostgreSQLSchema, everyAccountHasAChannelOfItsOwn) {
+  EXPECT_EQ(server.tell("SELECT DISTINCT channel FROM orvane.accounts")[0].rows(), 2);
+}
+
+}  // namespace
+}  // namespace orvane::test
