@@ -4,6 +4,7 @@
 
 #include "BlockerKit/SyncManager/CloudOperations.h"
 #include "Platform/CloudKit/CKContainer.h"
+#include "Platform/Foundation/NSOperationQueue.h"
 #include "Tests/Support/TestPlatform.h"
 
 namespace orvane::test {
