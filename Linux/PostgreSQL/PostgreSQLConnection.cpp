@@ -31,7 +31,8 @@ using ParsedOptions = std::unique_ptr<PQconninfoOption, FreeOptions>;
 std::string sessionOptions(const PostgreSQLTimeouts& timeouts) {
   return fmt::format(
       "-c search_path=pg_catalog -c default_transaction_isolation=read\\ committed "
-      "-c enable_seqscan=off -c enable_hashjoin=off -c enable_mergejoin=off -c jit=off "
+      "-c enable_seqscan=off -c enable_bitmapscan=off -c enable_sort=off "
+      "-c enable_hashjoin=off -c enable_mergejoin=off -c jit=off "
       "-c lock_timeout={}ms -c client_connection_check_interval=2s "
       "-c tcp_keepalives_idle=30 -c tcp_keepalives_interval=10 -c tcp_keepalives_count=3",
       timeouts.lock.count());

@@ -18,7 +18,9 @@ constexpr const char* lockZone =
     "FOR NO KEY UPDATE";
 
 /// Gives the conflicts, and the records to be deleted that are not there. With a conflict nothing
-/// is counted, and so nothing written.
+/// is counted, and so nothing written. The limit, of rows of which there is one at most, has each
+/// looked up by its name: as a plain join the server compares the batch with the whole zone until
+/// it has counted the table's rows.
 constexpr const char* checkAndWrite = R"sql(
 WITH zone AS (
   SELECT id, epoch, seq FROM orvane.zones WHERE owner = current_user AND zone = $1
@@ -28,16 +30,20 @@ WITH zone AS (
   FROM unnest($2::text[], $3::text[], $4::text[], $5::jsonb[])
     WITH ORDINALITY AS wanted (name, type, expected, changes, place)
   CROSS JOIN zone
-  LEFT JOIN orvane.records AS stored
-    ON stored.zone_id = zone.id AND stored.name = wanted.name AND NOT stored.deleted
+  LEFT JOIN LATERAL (
+    SELECT * FROM orvane.records
+    WHERE records.zone_id = zone.id AND records.name = wanted.name AND NOT records.deleted LIMIT 1
+  ) AS stored ON true
 ), conflict AS (
   SELECT * FROM item WHERE expected IS DISTINCT FROM stored_tag
 ), removal AS (
   SELECT wanted.*, stored.name IS NOT NULL AS is_there
   FROM unnest($6::text[]) WITH ORDINALITY AS wanted (name, place)
   CROSS JOIN zone
-  LEFT JOIN orvane.records AS stored
-    ON stored.zone_id = zone.id AND stored.name = wanted.name AND NOT stored.deleted
+  LEFT JOIN LATERAL (
+    SELECT * FROM orvane.records
+    WHERE records.zone_id = zone.id AND records.name = wanted.name AND NOT records.deleted LIMIT 1
+  ) AS stored ON true
 ), counted AS (
   UPDATE orvane.zones SET seq = zones.seq + cardinality($2::text[]) + cardinality($6::text[])
   FROM zone WHERE zones.id = zone.id AND NOT EXISTS (SELECT FROM conflict)
