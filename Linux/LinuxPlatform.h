@@ -12,6 +12,7 @@
 #include "Linux/Posix/XDGDirectories.h"
 #include "Linux/SQLite/SQLiteKeyValueDatabase.h"
 #include "Linux/WebKitGTK/ContentBlockerManager.h"
+#include "Platform/CloudKit/CloudBackend.h"
 #include "Platform/Foundation/InMemoryKeyValueDatabase.h"
 #include "Platform/Foundation/ThreadExecutor.h"
 #include "Platform/Platform.h"

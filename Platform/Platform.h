@@ -1,7 +1,6 @@
 #pragma once
 
 #include "Platform/AppKit/NSWorkspace.h"
-#include "Platform/CloudKit/CloudBackend.h"
 #include "Platform/Foundation/Executor.h"
 #include "Platform/Foundation/LineOutput.h"
 #include "Platform/Foundation/NSBundle.h"
@@ -14,6 +13,8 @@
 #include "Platform/SafariServices/SFContentBlockerManager.h"
 
 namespace orvane {
+
+class CloudBackend;
 
 /// What a process asks of its machine. Owns nothing; whoever makes it keeps the services alive for
 /// as long as the process lives.

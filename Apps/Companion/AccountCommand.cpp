@@ -8,6 +8,7 @@
 #include "Apps/Companion/JSONAnswer.h"
 #include "Apps/Companion/Printable.h"
 #include "Linux/PostgreSQL/PostgreSQLAddress.h"
+#include "Platform/CloudKit/CloudBackend.h"
 
 namespace orvane {
 namespace {

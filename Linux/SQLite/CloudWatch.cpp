@@ -78,8 +78,9 @@ bool CloudWatch::open() {
   if (connection_ && connection_->isInPlace()) return true;
   connection_.reset();
   auto opened = openCloudFile(path_, busyTimeout);
-  if (opened) connection_.emplace(*std::move(opened));
-  return opened.has_value();
+  if (!opened) return false;
+  connection_.emplace(*std::move(opened));
+  return true;
 }
 
 std::optional<CloudWatch::State> CloudWatch::read() const {

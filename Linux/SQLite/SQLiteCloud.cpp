@@ -97,7 +97,7 @@ CKResult<Value> SQLiteCloud::perform(const char* begin, const CloudCall& call,
                                      const std::function<CKResult<Value>(Opened&)>& body) {
   if (call.isCancelled()) return cancellation();
   Waiting waiting{call};
-  const auto result = [&]() -> CKResult<Value> {
+  auto result = [&]() -> CKResult<Value> {
     if (const auto opened = open(waiting); !opened) return tl::unexpected(opened.error());
     sqlite3_busy_handler(opened_->connection.handle(), &Waiting::isToGoOn, &waiting);
     Transaction transaction(opened_->connection);

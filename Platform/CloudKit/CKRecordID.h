@@ -9,6 +9,7 @@ namespace orvane {
 struct CKRecordZoneID {
   std::string zoneName;
 
+  // NOLINTNEXTLINE(modernize-use-nullptr): the check takes a comparison with zero for a pointer
   friend auto operator<=>(const CKRecordZoneID&, const CKRecordZoneID&) = default;
 };
 
@@ -17,6 +18,7 @@ struct CKRecordID {
   std::string recordName;
   CKRecordZoneID zoneID;
 
+  // NOLINTNEXTLINE(modernize-use-nullptr): the check takes a comparison with zero for a pointer
   friend auto operator<=>(const CKRecordID&, const CKRecordID&) = default;
 };
 

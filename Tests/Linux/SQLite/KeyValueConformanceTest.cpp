@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <memory>
 #include <ostream>
 
@@ -76,6 +77,17 @@ class KeyValueConformance : public ::testing::TestWithParam<Kind> {
   std::unique_ptr<KeyValueDatabase> database = shared.connect(GetParam());
   std::unique_ptr<KeyValueDatabase> other = shared.connect(GetParam());
 };
+
+TEST_P(KeyValueConformance, namesTheKeysThatHaveAValue) {
+  set(*database, "scalar", "text");
+  set(*database, "removed", "text");
+  set(*database, "removed", std::nullopt);
+  setEntry(*database, "dictionary", "name", "text");
+  std::vector<std::string> keys;
+  ASSERT_TRUE(database->transact([&](Transaction& transaction) { keys = transaction.keys(); }));
+  std::sort(keys.begin(), keys.end());
+  EXPECT_EQ(keys, (std::vector<std::string>{"dictionary", "scalar"}));
+}
 
 TEST_P(KeyValueConformance, everyTypeComesBackAsItWas) {
   const std::vector<PropertyListValue> values{
