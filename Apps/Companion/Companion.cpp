@@ -10,7 +10,8 @@
 namespace orvane {
 Companion::Companion(Platform& platform)
     : platform_(platform),
-      process_(platform, [this](const ReloadReport& report) { reloaded(report); }) {}
+      process_(platform,
+               {.reloadObserver = [this](const ReloadReport& report) { reloaded(report); }}) {}
 
 void Companion::start() {
   observe(rawValue(Communication::Message::reloadRulesFromDisk), [this] {

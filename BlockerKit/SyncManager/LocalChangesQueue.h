@@ -10,6 +10,14 @@
 
 namespace orvane {
 
+/// Changes as they are sent.
+struct LocalChanges {
+  /// Of what was added: packages, then rules.
+  std::vector<CKRecord> recordsToSave;
+  /// Of what was deleted: rules, then packages.
+  std::vector<CKRecordID> recordIDsToDelete;
+};
+
 /// Every change of packages and rules on this machine that has not reached the cloud, whichever
 /// process has made it, across launches. Keeps nothing in memory: it is under keys of the user
 /// defaults that `LocalChangesEdit` describes. Any thread.
@@ -32,11 +40,9 @@ class LocalChangesQueue {
   /// Whether a rule or a package of that name was added.
   bool containsAdded(std::string_view recordName);
 
-  /// The records of all that was added: packages, then rules.
-  std::vector<CKRecord> recordsToSave(const CKRecordZoneID& zoneID);
-
-  /// The IDs of all that was deleted: rules, then packages.
-  std::vector<CKRecordID> recordIDsToDelete(const CKRecordZoneID& zoneID);
+  /// All that waits, as of one moment: a change of another process in between would make one rule
+  /// both saved and deleted.
+  LocalChanges all(const CKRecordZoneID& zoneID);
 
   /// Whether the packages that were there before the first sync are in the queue, or were.
   bool existingDataIsMarkedAsAdded();
@@ -46,9 +52,6 @@ class LocalChangesQueue {
   void markExistingDataAsAdded(const std::vector<Package>& packages);
 
  private:
-  PropertyListValue::Dictionary dictionary(std::string_view key);
-  std::vector<std::string> strings(std::string_view key);
-
   NSUserDefaults& defaults_;
   LineOutput& systemLog_;
 };
