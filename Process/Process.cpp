@@ -53,9 +53,10 @@ DataManager& Process::dataManager() {
 
 SyncManager& Process::syncManager() {
   if (!syncManager_) {
-    syncManager_.emplace(platform_, defaults(), dataManager(), options_.cloud, [this] {
-      reload(dataManager().preferenceManager(), /*allowsCancelling=*/true, nullptr);
-    });
+    syncManager_.emplace(
+        platform_, defaults(), dataManager(), options_.cloud,
+        [this] { reload(dataManager().preferenceManager(), /*allowsCancelling=*/true, nullptr); },
+        options_.syncObserver);
   }
   return *syncManager_;
 }

@@ -26,6 +26,7 @@ class Process {
     /// What a save asks for the list; `Safari::reload` if it is empty.
     ReloadRequest reload = nullptr;
     SyncManager::Cloud cloud = SyncManager::Cloud::none;
+    SyncObserver syncObserver = nullptr;
   };
 
   /// `platform` and its services outlive the process.

@@ -44,10 +44,12 @@ NSOperationQueue::Properties SyncManager::queueProperties() {
 }
 
 SyncManager::SyncManager(Platform& platform, NSUserDefaults& defaults, DataManager& dataManager,
-                         Cloud cloud, std::function<void()> reloadContentBlocker)
+                         Cloud cloud, std::function<void()> reloadContentBlocker,
+                         SyncObserver observer)
     : platform_(platform),
       defaults_(defaults),
       reloadContentBlocker_(std::move(reloadContentBlocker)),
+      observer_(std::move(observer)),
       metadata_(defaults, platform.standardOutput),
       localChanges_(defaults, platform.systemLog),
       fetchedPages_(defaults),
@@ -139,6 +141,10 @@ void SyncManager::record(const std::function<void(LocalChangesEdit&)>& edit) {
   pushAllLocalUpdates(1);
 }
 
+void SyncManager::tell(const SyncEvent& event) const {
+  if (observer_) observer_(event);
+}
+
 void SyncManager::onSyncQueue(std::function<void()> task) {
   if (!container_) return;
   syncQueue_->post([this, task = std::move(task)] {
@@ -158,9 +164,11 @@ void SyncManager::updateAccountStatus(std::function<void(bool)> completion) {
                                 CKAccountStatus status, const std::optional<CKError>& error) {
     if (error) {
       print(error->localizedDescription);
+      tell(SyncFailureEvent{error->localizedDescription});
     } else {
       print(fmt::format("Current account status: {}", description(status)));
       lastAccountStatus_ = status;
+      tell(SyncAccountEvent{std::string(description(status))});
     }
     completion(status == CKAccountStatus::available);
   });
@@ -200,7 +208,11 @@ void SyncManager::zoneSaved(const std::optional<CKError>& error) {
   // By the push that has taken the place of this one.
   if (error->code == CKErrorCode::operationCancelled) return;
   const auto deciding = decidingError(*error).error;
-  switch (reactionToSaveError(deciding.code)) {
+  const auto reaction = reactionToSaveError(deciding.code);
+  if (reaction != SaveReaction::isThereAlready) {
+    tell(SyncFailureEvent{deciding.localizedDescription});
+  }
+  switch (reaction) {
     case SaveReaction::retryLater:
       repushAfter(deciding);
       break;
@@ -243,8 +255,13 @@ void SyncManager::subscriptionSaved(const std::vector<CKRecordZoneSubscription>&
     return;
   }
   print(fmt::format("Couldn't save subscription {}", error->localizedDescription));
+  if (error->code == CKErrorCode::operationCancelled) return;
   const auto deciding = decidingError(*error).error;
-  switch (reactionToSaveError(deciding.code)) {
+  const auto reaction = reactionToSaveError(deciding.code);
+  if (reaction != SaveReaction::isThereAlready) {
+    tell(SyncFailureEvent{deciding.localizedDescription});
+  }
+  switch (reaction) {
     case SaveReaction::retryLater:
       repushAfter(deciding);
       break;

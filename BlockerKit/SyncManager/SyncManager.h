@@ -10,11 +10,13 @@
 
 #include "BlockerKit/Catalogue/DataManager.h"
 #include "BlockerKit/Model/Package.h"
+#include "BlockerKit/SyncManager/ErrorReaction.h"
 #include "BlockerKit/SyncManager/FetchPass.h"
 #include "BlockerKit/SyncManager/FetchedPages.h"
 #include "BlockerKit/SyncManager/LocalChangesQueue.h"
 #include "BlockerKit/SyncManager/RecordMetadata.h"
 #include "BlockerKit/SyncManager/ResultsHandler.h"
+#include "BlockerKit/SyncManager/SyncEvent.h"
 #include "Platform/CloudKit/CKContainer.h"
 #include "Platform/CloudKit/CKFetchRecordZoneChangesOperation.h"
 #include "Platform/CloudKit/CKModifyRecordsOperation.h"
@@ -60,7 +62,7 @@ class SyncManager {
   /// `reloadContentBlocker` is called on the main queue when the preferences were changed on
   /// another machine.
   SyncManager(Platform& platform, NSUserDefaults& defaults, DataManager& dataManager, Cloud cloud,
-              std::function<void()> reloadContentBlocker);
+              std::function<void()> reloadContentBlocker, SyncObserver observer = nullptr);
   SyncManager(const SyncManager&) = delete;
   SyncManager& operator=(const SyncManager&) = delete;
   /// Cancels what is asked of the cloud, and waits for a call that goes on.
@@ -116,6 +118,7 @@ class SyncManager {
                           const std::vector<CKRecordID>& deleted);
   void pushFailed(const std::optional<CKRecordID>& recordID, const CKError& error,
                   std::size_t split);
+  void tellFailure(PushReaction reaction, const CKError& error) const;
   void forget(const std::string& recordName);
   void repushLocalChangesAfter(double seconds);
   void repushAfter(const CKError& error);
@@ -134,12 +137,14 @@ class SyncManager {
   void ubiqStoreDidChange();
   void record(const std::function<void(LocalChangesEdit&)>& edit);
   void print(const std::string& line) { platform_.standardOutput.print(line); }
+  void tell(const SyncEvent& event) const;
   /// Runs the task on the sync queue, unless the manager has come to its end.
   void onSyncQueue(std::function<void()> task);
 
   Platform& platform_;
   NSUserDefaults& defaults_;
   std::function<void()> reloadContentBlocker_;
+  SyncObserver observer_;
   RecordMetadata metadata_;
   LocalChangesQueue localChanges_;
   FetchedPages fetchedPages_;

@@ -87,7 +87,10 @@ void SyncManager::zoneFetchCompleted(const FetchPass& pass,
   if (result.error || !isStored) {
     // What could not be stored comes again, since the token has not moved.
     if (isStored) resultsHandler_.append(std::move(changes), page);
-    if (result.error) print(result.error->localizedDescription);
+    if (result.error) {
+      print(result.error->localizedDescription);
+      tell(SyncFailureEvent{result.error->localizedDescription});
+    }
     if (completion) completion(false);
     return;
   }
@@ -102,6 +105,7 @@ void SyncManager::zoneFetchCompleted(const FetchPass& pass,
     fetch(completion);
   } else {
     print("Finished remote changes fetch");
+    tell(SyncFetchEvent{});
     push(1);
   }
 }

@@ -127,13 +127,34 @@ void SyncManager::localChangesPushed(const std::vector<CKRecord>& saved,
     }
   });
   defaults_.synchronize();
+  tell(SyncPushEvent{});
+}
+
+/// Those that are part of the way to the end are none.
+void SyncManager::tellFailure(PushReaction reaction, const CKError& error) const {
+  switch (reaction) {
+    case PushReaction::mergeConflict:
+    case PushReaction::saveZoneAgain:
+    case PushReaction::splitFurther:
+      return;
+    case PushReaction::nothing:
+      if (error.code == CKErrorCode::operationCancelled) return;
+      break;
+    case PushReaction::retryLater:
+    case PushReaction::cancelAll:
+    case PushReaction::forgetRecord:
+      break;
+  }
+  tell(SyncFailureEvent{error.localizedDescription});
 }
 
 void SyncManager::pushFailed(const std::optional<CKRecordID>& recordID, const CKError& error,
                              std::size_t split) {
   const std::string name = recordID ? recordID->recordName : std::string();
   print(fmt::format("{} {}", name, error.localizedDescription));
-  switch (reactionToPushError(error.code)) {
+  const auto reaction = reactionToPushError(error.code);
+  tellFailure(reaction, error);
+  switch (reaction) {
     case PushReaction::retryLater:
       repushAfter(error);
       break;
