@@ -66,6 +66,23 @@ LocalChanges LocalChangesQueue::all(const CKRecordZoneID& zoneID) {
   return changes;
 }
 
+LocalChangesCount LocalChangesQueue::count() {
+  LocalChangesCount count;
+  (void)defaults_.transact([&](Transaction& transaction) {
+    const auto added = [&](RecordKind kind) {
+      return dictionary(LocalChangesEdit::addedKey(kind), transaction).size();
+    };
+    const auto deleted = [&](RecordKind kind) {
+      return strings(LocalChangesEdit::deletedKey(kind), transaction).size();
+    };
+    count = {.packagesToSave = added(RecordKind::package),
+             .rulesToSave = added(RecordKind::rule),
+             .packagesToDelete = deleted(RecordKind::package),
+             .rulesToDelete = deleted(RecordKind::rule)};
+  });
+  return count;
+}
+
 bool LocalChangesQueue::existingDataIsMarkedAsAdded() {
   return defaults_.boolForKey(existingDataMarkedAsAddedKey);
 }

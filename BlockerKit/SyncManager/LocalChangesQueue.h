@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <string_view>
 #include <vector>
@@ -16,6 +17,17 @@ struct LocalChanges {
   std::vector<CKRecord> recordsToSave;
   /// Of what was deleted: rules, then packages.
   std::vector<CKRecordID> recordIDsToDelete;
+};
+
+struct LocalChangesCount {
+  std::size_t packagesToSave = 0;
+  std::size_t rulesToSave = 0;
+  std::size_t packagesToDelete = 0;
+  std::size_t rulesToDelete = 0;
+
+  std::size_t total() const {
+    return packagesToSave + rulesToSave + packagesToDelete + rulesToDelete;
+  }
 };
 
 /// Every change of packages and rules on this machine that has not reached the cloud, whichever
@@ -43,6 +55,9 @@ class LocalChangesQueue {
   /// All that waits, as of one moment: a change of another process in between would make one rule
   /// both saved and deleted.
   LocalChanges all(const CKRecordZoneID& zoneID);
+
+  /// How much waits.
+  LocalChangesCount count();
 
   /// Whether the packages that were there before the first sync are in the queue, or were.
   bool existingDataIsMarkedAsAdded();
