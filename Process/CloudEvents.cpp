@@ -21,7 +21,7 @@ CloudEvents::~CloudEvents() { platform_.cloud.setListener({}); }
 void CloudEvents::tell(const CloudEvent& event) {
   switch (event.kind) {
     case CloudEvent::Kind::zoneChanged:
-      syncManager_.handleNotification({event.subscriptionID}, nullptr);
+      if (!isWaiting_) passOn({event.subscriptionID});
       break;
     case CloudEvent::Kind::keyValuesChanged:
       keyValuesChanged_();
@@ -30,6 +30,15 @@ void CloudEvents::tell(const CloudEvent& event) {
       platform_.notificationCenter.post({.name = CKAccountChanged});
       break;
   }
+}
+
+void CloudEvents::passOn(const CKNotification& notification) {
+  isWaiting_ = syncManager_.isPushing();
+  if (!isWaiting_) return syncManager_.handleNotification(notification, nullptr);
+  platform_.mainQueue.postAfter(patience,
+                                [this, lifetime = std::weak_ptr(lifetime_), notification] {
+                                  if (!lifetime.expired()) passOn(notification);
+                                });
 }
 
 }  // namespace orvane

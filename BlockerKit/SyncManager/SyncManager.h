@@ -89,6 +89,9 @@ class SyncManager {
   /// there is nothing new.
   void fetchRemoteChanges(FetchCompletion completion);
 
+  /// Whether requests of a push wait or run.
+  bool isPushing() const { return queue_ && queue_->operationCount() > 0; }
+
   /// The cloud says that something has changed.
   void handleNotification(const CKNotification& notification, FetchCompletion completion);
 
