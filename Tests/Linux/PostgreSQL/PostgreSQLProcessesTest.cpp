@@ -1,0 +1,27 @@
+#include <gtest/gtest.h>
+
+#include "Tests/Linux/CloudWriters.h"
+#include "Tests/Linux/PostgreSQL/CloudInCluster.h"
+
+namespace orvane::test {
+namespace {
+
+class PostgreSQLProcesses : public ::testing::Test {
+ protected:
+  void SetUp() override { must(cloud->saveZone(zoneOfClients, {})); }
+
+  CloudInCluster server;
+  std::unique_ptr<PostgreSQLCloud> cloud = server.cloud("alice");
+  CloudWriters writers{*cloud, server.cluster.connectionString("alice")};
+};
+
+TEST_F(PostgreSQLProcesses, nothingOfTwoWritersIsMissed) { writers.follow(2); }
+
+TEST_F(PostgreSQLProcesses, nothingOfEightWritersIsMissed) { writers.follow(8); }
+
+TEST_F(PostgreSQLProcesses, twoWritersLoseNoChangeOfEachOther) { writers.addToOneNumber(2); }
+
+TEST_F(PostgreSQLProcesses, eightWritersLoseNoChangeOfEachOther) { writers.addToOneNumber(8); }
+
+}  // namespace
+}  // namespace orvane::test
