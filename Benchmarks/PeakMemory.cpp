@@ -3,6 +3,8 @@
 #include <fstream>
 #include <string>
 
+#include <malloc.h>
+
 #include "Benchmarks/Check.h"
 
 namespace orvane::benchmarks {
@@ -20,6 +22,7 @@ double megabytesOf(const std::string& line) {
 }  // namespace
 
 void resetPeakMemory() {
+  ::malloc_trim(0);
   std::ofstream file("/proc/self/clear_refs");
   file << '5' << std::flush;
   check(file.good(), "Cannot reset the peak of memory");

@@ -2,7 +2,7 @@
 
 namespace orvane::benchmarks {
 
-/// From now on the peak is counted anew.
+/// From now on the peak is counted anew, and without what is free.
 void resetPeakMemory();
 
 /// The most of this process that has been in memory since then.

@@ -1,9 +1,12 @@
 #pragma once
 
 #include <algorithm>
+#include <chrono>
+#include <functional>
 #include <list>
 #include <map>
 #include <optional>
+#include <random>
 #include <sstream>
 #include <string>
 
@@ -53,13 +56,58 @@ class CloudWriters {
     ASSERT_TRUE(cloud_.modifyRecords({zoneOfClients, {record}, {}}, {}));
     start("add", count);
     for (auto& process : processes_) EXPECT_EQ(process.exitStatus(), 0);
-    const auto changes = cloud_.fetchChanges(zoneOfClients, std::nullopt, 1, {});
-    ASSERT_TRUE(changes);
-    EXPECT_EQ(changes->changed.at(0).value("number"),
-              CKRecordValue(std::int64_t{count * additionsOfAClient}));
+    EXPECT_EQ(numberOf("one"), count * additionsOfAClient);
+  }
+
+  /// Kills that many processes, one after the other, that each save two records with the same
+  /// number again and again: both are there or neither, what they were told is there, and at most
+  /// one more. `settle` is called after each kill.
+  void killAtWork(int kills, const std::function<void()>& settle) {
+    std::mt19937 random(20261121);
+    std::int64_t told = 0;
+    int killedAtWork = 0;
+    for (int kill = 0; kill < kills; ++kill) {
+      ClientProcess writer("write-for-ever", address_, cloudClient);
+      const int wanted = std::uniform_int_distribution(0, 8)(random);
+      for (int read = 0; read < wanted; ++read) {
+        ASSERT_EQ(::read(writer.output(), &told, sizeof told), static_cast<ssize_t>(sizeof told));
+      }
+      spin(std::chrono::microseconds(std::uniform_int_distribution(0, 3000)(random)));
+      writer.kill();
+      const auto rest = writer.rest();
+      ASSERT_EQ(rest.size() % sizeof told, 0U);
+      if (!rest.empty()) {
+        rest.copy(reinterpret_cast<char*>(&told), sizeof told, rest.size() - sizeof told);
+      }
+      settle();
+      killedAtWork += wanted > 0 ? 1 : 0;
+      if (told == 0) continue;
+      const auto number = numberOf("a").value();
+      ASSERT_EQ(numberOf("b"), number) << "after kill " << kill;
+      ASSERT_GE(number, told) << "after kill " << kill;
+      ASSERT_LE(number, told + 1) << "after kill " << kill;
+      told = number;
+    }
+    EXPECT_GT(killedAtWork, kills / 2);
+    EXPECT_GT(told, kills);
+  }
+
+  std::optional<std::int64_t> numberOf(const std::string& name) {
+    const auto changes = cloud_.fetchChanges(zoneOfClients, std::nullopt, 100, {});
+    for (const auto& record : changes->changed) {
+      const auto* number = record.as<std::int64_t>("number");
+      if (record.recordID().recordName == name && number != nullptr) return *number;
+    }
+    return std::nullopt;
   }
 
  private:
+  static void spin(std::chrono::microseconds time) {
+    const auto end = std::chrono::steady_clock::now() + time;
+    while (std::chrono::steady_clock::now() < end) {
+    }
+  }
+
   /// Change tags and tokens begin with a number that counts the changes of the zone.
   static std::int64_t numberIn(const std::string& mark) { return std::stoll(mark); }
 

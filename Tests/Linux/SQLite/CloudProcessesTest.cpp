@@ -1,5 +1,3 @@
-#include <random>
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -23,15 +21,6 @@ class CloudProcesses : public ::testing::Test {
 
   std::string integrity() { return RawDatabase(path).run("PRAGMA integrity_check"); }
 
-  std::string numberOf(const std::string& name) {
-    const auto changes = cloud.fetchChanges(zoneOfClients, std::nullopt, 100, {});
-    for (const auto& record : changes->changed) {
-      const auto* number = record.as<std::int64_t>("number");
-      if (record.recordID().recordName == name && number != nullptr) return std::to_string(*number);
-    }
-    return "none";
-  }
-
   TemporaryDirectory folder;
   std::filesystem::path path = folder / "Cloud.sqlite";
   SQLiteCloud cloud{path};
@@ -47,38 +36,7 @@ TEST_F(CloudProcesses, twoWritersLoseNoChangeOfEachOther) { writers.addToOneNumb
 TEST_F(CloudProcesses, eightWritersLoseNoChangeOfEachOther) { writers.addToOneNumber(8); }
 
 TEST_F(CloudProcesses, aKilledWriterLeavesAWholeBatchOrNothingOfIt) {
-  std::mt19937 random(20261121);
-  std::int64_t acknowledged = 0;
-  int killedAtWork = 0;
-  for (int kill = 0; kill < 100; ++kill) {
-    ClientProcess writer("write-for-ever", path, cloudClient);
-    const int wanted = std::uniform_int_distribution(0, 8)(random);
-    for (int read = 0; read < wanted; ++read) {
-      ASSERT_EQ(::read(writer.output(), &acknowledged, sizeof acknowledged),
-                static_cast<ssize_t>(sizeof acknowledged));
-    }
-    const std::chrono::microseconds time(std::uniform_int_distribution(0, 3000)(random));
-    const auto end = std::chrono::steady_clock::now() + time;
-    while (std::chrono::steady_clock::now() < end) {
-    }
-    writer.kill();
-    const auto rest = writer.rest();
-    ASSERT_EQ(rest.size() % sizeof acknowledged, 0U);
-    if (!rest.empty()) {
-      rest.copy(reinterpret_cast<char*>(&acknowledged), sizeof acknowledged,
-                rest.size() - sizeof acknowledged);
-    }
-    killedAtWork += wanted > 0 ? 1 : 0;
-    if (acknowledged == 0) continue;
-    const auto number = std::stoll(numberOf("a"));
-    ASSERT_EQ(numberOf("b"), std::to_string(number)) << "after kill " << kill;
-    ASSERT_GE(number, acknowledged) << "after kill " << kill;
-    ASSERT_LE(number, acknowledged + 1) << "after kill " << kill;
-    ASSERT_EQ(integrity(), "ok") << "after kill " << kill;
-    acknowledged = number;
-  }
-  EXPECT_GT(killedAtWork, 70);
-  EXPECT_GT(acknowledged, 100);
+  writers.killAtWork(100, [&] { EXPECT_EQ(integrity(), "ok"); });
 }
 
 TEST_F(CloudProcesses, aDiskThatTakesNoMoreIsAnErrorThatChangesNothing) {
@@ -88,9 +46,9 @@ TEST_F(CloudProcesses, aDiskThatTakesNoMoreIsAnErrorThatChangesNothing) {
   const auto code = std::to_string(static_cast<int>(CKErrorCode::serviceUnavailable));
   EXPECT_THAT(report, StartsWith(code + " true\n"));
   EXPECT_THAT(report, HasSubstr("(File too large)"));
-  EXPECT_EQ(numberOf("before"), "none");
-  EXPECT_EQ(numberOf("large"), "none");
-  EXPECT_EQ(numberOf("after"), "1");
+  EXPECT_EQ(writers.numberOf("before"), std::nullopt);
+  EXPECT_EQ(writers.numberOf("large"), std::nullopt);
+  EXPECT_EQ(writers.numberOf("after"), 1);
   EXPECT_EQ(integrity(), "ok");
 }
 
@@ -106,7 +64,7 @@ TEST_F(CloudProcesses, aFileThatMayOnlyBeReadIsAnErrorThatChangesNothing) {
   EXPECT_EQ(process.rest(), code + " true\nCannot write '" + path.string() +
                                 "': attempt to write a readonly database");
   EXPECT_EQ(process.exitStatus(), 0);
-  EXPECT_EQ(numberOf("a"), "none");
+  EXPECT_EQ(writers.numberOf("a"), std::nullopt);
 }
 
 TEST_F(CloudProcesses, aFileOfAnotherUserMayNotBeUsed) {
