@@ -46,6 +46,11 @@ void registerCloud(std::size_t recordCount);
 /// question to its answer.
 void registerPostgreSQL(std::size_t recordCount);
 
+/// The first sync of that many rules of the user's own: sending them to an empty cloud, and
+/// receiving them on a second machine, beside the same number of records saved and fetched without
+/// a machine.
+void registerSync(std::size_t ruleCount);
+
 /// What the program does when it is started with this option and the path of user defaults: until
 /// it is killed it sets "pong" whenever "ping" changes.
 inline constexpr const char* echoDefaultsOption = "--echo-defaults";

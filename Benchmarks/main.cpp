@@ -28,6 +28,7 @@ int main(int argc, char** argv) {
     registerCloud(recordCount);
     registerPostgreSQL(recordCount);
   }
+  for (const std::size_t ruleCount : {1'000U, 10'000U, 140'000U}) registerSync(ruleCount);
 #ifdef ORVANE_DESKTOP
   registerPopover();
   for (const auto& scenario : scenarios) registerCompile(scenario);

@@ -1,28 +1,36 @@
 #include "BlockerKit/SyncManager/CloudOperations.h"
 
 #include <algorithm>
-#include <span>
+#include <cstddef>
+#include <iterator>
 #include <utility>
 
 namespace orvane {
 namespace {
 
+/// A list in pieces, each of which is taken once.
 template <typename Item>
-std::vector<std::vector<Item>> pieces(std::span<const Item> items, std::size_t split) {
-  const auto size = std::max<std::size_t>(items.size() / split, 1);
-  std::vector<std::vector<Item>> result;
-  while (!items.empty()) {
-    const auto piece = items.first(std::min(size, items.size()));
-    result.emplace_back(piece.begin(), piece.end());
-    items = items.subspan(piece.size());
-  }
-  return result;
-}
+class Pieces {
+ public:
+  Pieces(std::vector<Item> items, std::size_t split)
+      : items_(std::move(items)), size_(std::max<std::size_t>(items_.size() / split, 1)) {}
 
-template <typename Item>
-std::vector<Item> takePiece(std::vector<std::vector<Item>>& all, std::size_t index) {
-  return index < all.size() ? std::move(all[index]) : std::vector<Item>();
-}
+  std::size_t count() const { return (items_.size() + size_ - 1) / size_; }
+
+  /// Empty behind the last one.
+  std::vector<Item> take(std::size_t index) {
+    const auto begin = std::min(index * size_, items_.size());
+    const auto end = std::min(begin + size_, items_.size());
+    const auto at = [&](std::size_t place) {
+      return std::move_iterator(items_.begin() + static_cast<std::ptrdiff_t>(place));
+    };
+    return {at(begin), at(end)};
+  }
+
+ private:
+  std::vector<Item> items_;
+  std::size_t size_;
+};
 
 }  // namespace
 
@@ -43,15 +51,15 @@ std::shared_ptr<CKModifySubscriptionsOperation> subscribeToChangesOperation(
 }
 
 std::vector<std::shared_ptr<CKModifyRecordsOperation>> modifyRecordsOperations(
-    const CKDatabase& database, const std::vector<CKRecord>& recordsToSave,
-    const std::vector<CKRecordID>& recordIDsToDelete, std::size_t split) {
-  auto records = pieces<CKRecord>(recordsToSave, split);
-  auto recordIDs = pieces<CKRecordID>(recordIDsToDelete, split);
+    const CKDatabase& database, std::vector<CKRecord> recordsToSave,
+    std::vector<CKRecordID> recordIDsToDelete, std::size_t split) {
+  Pieces records(std::move(recordsToSave), split);
+  Pieces recordIDs(std::move(recordIDsToDelete), split);
   std::vector<std::shared_ptr<CKModifyRecordsOperation>> operations(
-      std::max(records.size(), recordIDs.size()));
+      std::max(records.count(), recordIDs.count()));
   for (std::size_t index = 0; index < operations.size(); ++index) {
-    operations[index] = std::make_shared<CKModifyRecordsOperation>(takePiece(records, index),
-                                                                   takePiece(recordIDs, index));
+    operations[index] =
+        std::make_shared<CKModifyRecordsOperation>(records.take(index), recordIDs.take(index));
     operations[index]->setDatabase(database);
   }
   return operations;

@@ -12,7 +12,7 @@
 
 namespace orvane {
 
-// The requests of a sync, ready for a queue. They go to `database`.
+// The requests of a sync. Those that are made with a database are ready for a queue.
 
 /// Saves the zone, and deletes none.
 std::shared_ptr<CKModifyRecordZonesOperation> saveZoneOperation(const CKDatabase& database,
@@ -24,10 +24,11 @@ std::shared_ptr<CKModifySubscriptionsOperation> subscribeToChangesOperation(
 
 /// Saves the records and deletes those with the IDs, in pieces: each list is cut into pieces of
 /// `count / split`, but at least one, and the first operation has the first piece of both. Since
-/// the last piece may be shorter, there may be more operations than `split`; none without a change.
+/// the last piece may be shorter, there may be more operations than `split`,
+/// which is at least 1; none without a change.
 std::vector<std::shared_ptr<CKModifyRecordsOperation>> modifyRecordsOperations(
-    const CKDatabase& database, const std::vector<CKRecord>& recordsToSave,
-    const std::vector<CKRecordID>& recordIDsToDelete, std::size_t split);
+    const CKDatabase& database, std::vector<CKRecord> recordsToSave,
+    std::vector<CKRecordID> recordIDsToDelete, std::size_t split);
 
 /// Fetches what has changed in the zone behind the token, or everything.
 std::shared_ptr<CKFetchRecordZoneChangesOperation> fetchChangesOperation(

@@ -81,7 +81,7 @@ void SyncManager::schedule(const Operations& operations) {
 }
 
 SyncManager::Operations SyncManager::pushLocalChangesOperations(std::size_t split) {
-  const auto [records, recordIDs] = localChanges_.all(zone_.zoneID);
+  auto [records, recordIDs] = localChanges_.all(zone_.zoneID);
   if (records.empty() && recordIDs.empty()) {
     print("No local record changes to push");
     return {};
@@ -90,8 +90,8 @@ SyncManager::Operations SyncManager::pushLocalChangesOperations(std::size_t spli
   print(fmt::format("Records to delete {}", recordIDs.size()));
   print(fmt::format("Splitting data into {} operations", split));
   Operations operations;
-  for (const auto& operation :
-       modifyRecordsOperations(container_->privateCloudDatabase(), records, recordIDs, split)) {
+  for (const auto& operation : modifyRecordsOperations(
+           container_->privateCloudDatabase(), std::move(records), std::move(recordIDs), split)) {
     const auto* pushed = operation.get();  // it lives as long as its block
     operation->setModifyRecordsCompletionBlock(
         [this, pushed, split](const std::vector<CKRecord>& saved,

@@ -45,7 +45,9 @@ CloudBatch CKModifyRecordsOperation::batch() const {
 
 CKResult<std::vector<CKRecord>> CKModifyRecordsOperation::modify(
     const CKDatabase::Connection& connection) const {
-  if (recordsToSave_.empty() && recordIDsToDelete_.empty()) return std::vector<CKRecord>();
+  const auto itemCount = recordsToSave_.size() + recordIDsToDelete_.size();
+  if (itemCount == 0) return std::vector<CKRecord>();
+  if (auto problem = problemWithItemCount(itemCount)) return tl::unexpected(*std::move(problem));
   const auto batch = this->batch();
   if (auto problem = problemWith(batch)) return tl::unexpected(completed(*std::move(problem)));
   auto result = connection.backend.modifyRecords(batch, call());

@@ -81,13 +81,14 @@ std::optional<CKError> problemWith(const CKRecord& record) {
   return std::nullopt;
 }
 
+std::optional<CKError> problemWithItemCount(std::size_t count) {
+  if (count <= mostItems) return std::nullopt;
+  return makeError(
+      CKErrorCode::limitExceeded,
+      fmt::format("{} records are more than the {} of one request.", count, mostItems));
+}
+
 std::optional<CKError> problemWith(const CloudBatch& batch) {
-  const auto count = batch.recordsToSave.size() + batch.recordIDsToDelete.size();
-  if (count > mostItems) {
-    return makeError(
-        CKErrorCode::limitExceeded,
-        fmt::format("{} records are more than the {} of one request.", count, mostItems));
-  }
   ItemChecks checks(batch.zoneID);
   for (const auto& record : batch.recordsToSave) checks.add(record.recordID(), problemWith(record));
   for (const auto& recordID : batch.recordIDsToDelete) checks.add(recordID, problemWith(recordID));

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <optional>
 
 #include "Platform/CloudKit/CKError.h"
@@ -12,8 +13,11 @@ namespace orvane {
 std::optional<CKError> problemWith(const CKRecord& record);
 std::optional<CKError> problemWith(const CKRecordID& recordID);
 
-/// What is wrong with the batch, whatever the cloud has: a `limitExceeded`, or a `partialFailure`
-/// with an entry for each item that cannot be stored, is of another zone or is there twice.
+/// `limitExceeded` when a request may not have so many records and IDs.
+std::optional<CKError> problemWithItemCount(std::size_t count);
+
+/// What is wrong with items of the batch, whatever the cloud has: a `partialFailure` with an entry
+/// for each item that cannot be stored, is of another zone or is there twice.
 std::optional<CKError> problemWith(const CloudBatch& batch);
 
 }  // namespace orvane
