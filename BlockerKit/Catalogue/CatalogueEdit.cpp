@@ -1,6 +1,7 @@
 #include "BlockerKit/Catalogue/CatalogueEdit.h"
 
 #include <algorithm>
+#include <unordered_map>
 #include <utility>
 
 namespace orvane {
@@ -37,6 +38,10 @@ bool concerns(const SettingRule& edit, UserList /*list*/, const std::vector<Pack
   return indexOf(packages, edit.packageIdentifier).has_value();
 }
 
+bool concerns(const SettingRules& edit, UserList /*list*/, const std::vector<Package>& packages) {
+  return indexOf(packages, edit.packageIdentifier).has_value();
+}
+
 bool concerns(const ReplacingRule& edit, UserList /*list*/, const std::vector<Package>& packages) {
   return indexOf(packages, edit.packageIdentifier).has_value();
 }
@@ -67,6 +72,25 @@ void setRule(EditablePackages& list, std::size_t packageIndex, const Rule& rule)
 void make(const SettingRule& edit, EditablePackages& list) {
   const auto package = indexOf(list.get(), edit.packageIdentifier);
   if (package) setRule(list, *package, edit.rule);
+}
+
+/// The first rule with an id is the one that a single edit would replace.
+void make(const SettingRules& edit, EditablePackages& list) {
+  const auto package = indexOf(list.get(), edit.packageIdentifier);
+  if (!package) return;
+  auto& rules = list.edit()[*package].rules;
+  std::unordered_map<std::string, std::size_t> places;
+  for (std::size_t place = 0; place < rules.size(); ++place) {
+    places.try_emplace(rules[place].id, place);
+  }
+  for (const auto& rule : edit.rules) {
+    const auto [known, isNew] = places.try_emplace(rule.id, rules.size());
+    if (isNew) {
+      rules.push_back(rule);
+    } else {
+      rules[known->second] = rule;
+    }
+  }
 }
 
 void make(const ReplacingRule& edit, EditablePackages& list) {

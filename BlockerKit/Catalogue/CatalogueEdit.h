@@ -4,6 +4,7 @@
 #include <string>
 #include <string_view>
 #include <variant>
+#include <vector>
 
 #include "BlockerKit/Catalogue/EditablePackages.h"
 
@@ -29,6 +30,12 @@ const Package* packageWithIdentifier(const UserPackages& packages, std::string_v
 struct SettingRule {
   std::string packageIdentifier;
   Rule rule;
+};
+
+/// The same for many rules; costs less for each of them the more there are.
+struct SettingRules {
+  std::string packageIdentifier;
+  std::vector<Rule> rules;
 };
 
 /// Replaces the first rule that is equal to `old`, or else the first with its id, since another
@@ -57,8 +64,8 @@ struct RemovingRule {
 
 /// An edit of one of the lists. It says what is wanted by identifiers, so that it can be made again
 /// on a list that another process has changed.
-using CatalogueEdit =
-    std::variant<SettingRule, ReplacingRule, SettingPackage, RemovingPackage, RemovingRule>;
+using CatalogueEdit = std::variant<SettingRule, SettingRules, ReplacingRule, SettingPackage,
+                                   RemovingPackage, RemovingRule>;
 
 /// The list that the edit is about: the first that has what is to be changed. Nothing when none
 /// has.

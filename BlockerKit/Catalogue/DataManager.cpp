@@ -170,8 +170,14 @@ bool DataManager::hasPackage(std::string_view identifier) {
 }
 
 void DataManager::mergeRemoteRule(const Rule& rule, std::string_view packageIdentifier) {
-  if (!hasPackage(packageIdentifier)) return;
-  makeUnsaved(SettingRule{std::string(packageIdentifier), rule}, nullptr);
+  mergeRemoteRules({rule}, packageIdentifier);
+}
+
+void DataManager::mergeRemoteRules(std::vector<Rule> rules, std::string_view packageIdentifier) {
+  // Each that has no package is said.
+  std::erase_if(rules, [&](const Rule&) { return !hasPackage(packageIdentifier); });
+  if (rules.empty()) return;
+  makeUnsaved(SettingRules{std::string(packageIdentifier), std::move(rules)}, nullptr);
 }
 
 void DataManager::removeItem(std::string_view identifier) {

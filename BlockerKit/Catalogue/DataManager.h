@@ -87,6 +87,8 @@ class DataManager {
 
   void addPackage(const Package& package);
   void mergeRemoteRule(const Rule& rule, std::string_view packageIdentifier);
+  /// The same for each of the rules in turn.
+  void mergeRemoteRules(std::vector<Rule> rules, std::string_view packageIdentifier);
   void removeItem(std::string_view identifier);
 
   /// Writes the configurable and the custom packages, whichever `kind` it is asked for, and then

@@ -11,6 +11,17 @@ void moveTo(std::vector<Item>& list, std::vector<Item>& items) {
   std::ranges::move(items, std::back_inserter(list));
 }
 
+/// The rules that follow each other and are of the same package.
+std::vector<std::pair<std::string, std::vector<Rule>>> byPackage(
+    const std::vector<std::pair<Rule, std::string>>& rules) {
+  std::vector<std::pair<std::string, std::vector<Rule>>> runs;
+  for (const auto& [rule, package] : rules) {
+    if (runs.empty() || runs.back().first != package) runs.push_back({package, {}});
+    runs.back().second.push_back(rule);
+  }
+  return runs;
+}
+
 }  // namespace
 
 void ResultsHandler::append(RemoteChanges changes, const std::string& page) {
@@ -40,7 +51,9 @@ void ResultsHandler::applyOnMainQueue(const RemoteChanges& changes,
                                       SafariReloadingHandler completion) {
   for (const auto& identifier : changes.deleted) dataManager_.removeItem(identifier);
   for (const auto& package : changes.packages) dataManager_.addPackage(withRulesHeldHere(package));
-  for (const auto& [rule, package] : changes.rules) dataManager_.mergeRemoteRule(rule, package);
+  for (auto& [package, rules] : byPackage(changes.rules)) {
+    dataManager_.mergeRemoteRules(std::move(rules), package);
+  }
   std::ranges::copy(pages, std::back_inserter(pagesUnsaved_));
   if (dataManager_.save(PackageCollectionType::custom, std::move(completion))) {
     pagesSaved_(std::exchange(pagesUnsaved_, {}));

@@ -53,6 +53,16 @@ TEST(CatalogueEditTest, SettingARuleReplacesTheOneWithItsIdOrAppends) {
   EXPECT_EQ(edited(SettingRule{"C", blockRule("1")}, packages), packages);
 }
 
+TEST(CatalogueEditTest, SettingManyRulesIsSettingEachInTurn) {
+  const std::vector<Package> packages{
+      {"A", "", {blockRule("1"), blockRule("2"), blockRule("1", "again")}}, {"B", "", {}}};
+  const std::vector<Rule> rules{blockRule("3"), blockRule("1", "new"), blockRule("3", "newer")};
+  auto expected = packages;
+  for (const auto& rule : rules) expected = edited(SettingRule{"A", rule}, expected);
+  EXPECT_EQ(edited(SettingRules{"A", rules}, packages), expected);
+  EXPECT_EQ(edited(SettingRules{"C", rules}, packages), packages);
+}
+
 TEST(CatalogueEditTest, AReplacementTakesThePlaceOfTheFirstEqualRule) {
   const std::vector packages{
       packageOf("A", {blockRule("1", "other"), blockRule("1"), blockRule("1")})};
