@@ -337,6 +337,27 @@ TYPED_TEST_P(CloudConformance, keyValuesAreOfWhoeverWroteLast) {
             (Changes{{"count", std::int64_t{4}}}));
 }
 
+TYPED_TEST_P(CloudConformance, keyValuesAreAllThereAreForATokenThatIsNotTheStores) {
+  using Changes = CloudKeyValueChanges;
+  auto& here = *this->here_.backend;
+  this->here_.saveZone();
+  const auto first = here.exchangeKeyValues({{"flag", true}, {"gone", true}}, std::nullopt, {});
+  ASSERT_TRUE(first.has_value()) << first.error().localizedDescription;
+  EXPECT_TRUE(first->isAll);
+  const auto second = here.exchangeKeyValues({{"gone", std::nullopt}}, first->token, {});
+  EXPECT_FALSE(second->isAll);
+  EXPECT_FALSE(here.exchangeKeyValues({}, first->token, {})->isAll);
+  const std::vector<std::optional<CKServerChangeToken>> others{
+      std::nullopt, CKServerChangeToken{""}, CKServerChangeToken{"nonsense"},
+      this->here_.fetch().token};
+  for (const auto& token : others) {
+    const auto all = here.exchangeKeyValues({}, token, {});
+    ASSERT_TRUE(all.has_value()) << all.error().localizedDescription;
+    EXPECT_TRUE(all->isAll);
+    EXPECT_EQ(all->changes, (Changes{{"flag", true}}));
+  }
+}
+
 TYPED_TEST_P(CloudConformance, keyValuesHaveAQuota) {
   auto& here = *this->here_.backend;
   CloudKeyValueChanges many;
@@ -397,7 +418,8 @@ REGISTER_TYPED_TEST_SUITE_P(
     tokenLeadsToWhatHasChangedSince, tokenOfAnotherZoneCountsAsNone, changesComeInPages,
     requestHasAtMost400Items, itemThatCannotBeStoredFailsByItself,
     recordIsSavedAndDeletedOnceInARequest, subscriptionIsSavedOnceForAllMachines,
-    listenerIsToldOfChangesOfOtherMachines, keyValuesAreOfWhoeverWroteLast, keyValuesHaveAQuota,
+    listenerIsToldOfChangesOfOtherMachines, keyValuesAreOfWhoeverWroteLast,
+    keyValuesAreAllThereAreForATokenThatIsNotTheStores, keyValuesHaveAQuota,
     publicRecordIsAddedOnce, operationThatWaitsIsCancelled, operationFollowsWhatItDependsOn);
 
 }  // namespace orvane::test

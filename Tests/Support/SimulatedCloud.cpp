@@ -27,6 +27,18 @@ tl::unexpected<CKError> noSuchZone(const CKRecordZoneID& zoneID) {
   return failure(CKErrorCode::zoneNotFound, fmt::format("There is no zone “{}”.", zoneID.zoneName));
 }
 
+CKServerChangeToken tokenFor(std::uint64_t epoch, std::uint64_t change) {
+  return {fmt::format("{}:{}", epoch, change)};
+}
+
+/// Nothing for a token of another epoch.
+std::optional<std::uint64_t> changeAt(const std::optional<CKServerChangeToken>& token,
+                                      std::uint64_t epoch) {
+  const auto prefix = fmt::format("{}:", epoch);
+  if (!token || !token->value.starts_with(prefix)) return std::nullopt;
+  return std::stoull(token->value.substr(prefix.size()));
+}
+
 /// About as many bytes as the value takes.
 std::size_t sizeOf(const PropertyListValue& value) {
   constexpr std::size_t scalar = 8;
@@ -152,8 +164,10 @@ class SimulatedCloud::Backend final : public CloudBackend {
       cloud_.failures_.pop_front();
       return tl::unexpected(std::move(error));
     }
-    auto result = work(cloud_.users_[user_]);
-    if (std::exchange(cloud_.losesAnswer_, false)) {
+    auto result = work(cloud_.userNamed(user_));
+    auto& callsBefore = cloud_.callsBeforeLostAnswer_;
+    if (callsBefore && (*callsBefore)-- == 0) {
+      callsBefore.reset();
       return failure(CKErrorCode::networkFailure, "The connection was lost.");
     }
     return result;
@@ -207,9 +221,7 @@ class SimulatedCloud::Backend final : public CloudBackend {
   static CloudChanges changesBehind(const Zone& zone, const CKRecordZoneID& zoneID,
                                     const std::optional<CKServerChangeToken>& token,
                                     std::size_t limit) {
-    const auto prefix = fmt::format("{}:", zone.epoch);
-    const auto isOurs = token && token->value.starts_with(prefix);
-    const auto seen = isOurs ? std::stoull(token->value.substr(prefix.size())) : 0;
+    const auto seen = changeAt(token, zone.epoch).value_or(0);
     std::map<std::uint64_t, std::string> inOrder;
     for (const auto& [name, entry] : zone.records) {
       if (entry.tag > seen) inOrder.emplace(entry.tag, name);
@@ -231,7 +243,7 @@ class SimulatedCloud::Backend final : public CloudBackend {
       last = tag;
     }
     if (!changes.moreComing) last = zone.changeCount;
-    changes.token.value = prefix + std::to_string(last);
+    changes.token = tokenFor(zone.epoch, last);
     return changes;
   }
 
@@ -251,17 +263,19 @@ class SimulatedCloud::Backend final : public CloudBackend {
     if (keys > mostKeys || bytes > mostBytes) {
       return failure(CKErrorCode::quotaExceeded, "The key-value store is full.");
     }
-    const auto seen = token ? std::stoull(token->value) : 0;
+    const auto seen = changeAt(token, user.epoch);
     if (!changes.empty()) {
       ++user.keyValueChangeCount;
       cloud_.tell(user_, {CloudEvent::Kind::keyValuesChanged, ""});
     }
     user.keyValues = std::move(keyValues);
     CloudKeyValues result;
+    result.isAll = !seen;
     for (const auto& [key, entry] : user.keyValues) {
-      if (entry.change > seen && !changes.contains(key)) result.changes[key] = entry.value;
+      const bool isNews = seen ? entry.change > *seen : entry.value.has_value();
+      if (isNews && !changes.contains(key)) result.changes[key] = entry.value;
     }
-    result.token.value = std::to_string(user.keyValueChangeCount);
+    result.token = tokenFor(user.epoch, user.keyValueChangeCount);
     return result;
   }
 
@@ -284,9 +298,15 @@ void SimulatedCloud::failWith(CKError error) {
   failures_.push_back(std::move(error));
 }
 
-void SimulatedCloud::loseAnswer() {
+void SimulatedCloud::loseAnswer(std::size_t callsBefore) {
   const std::lock_guard lock(mutex_);
-  losesAnswer_ = true;
+  callsBeforeLostAnswer_ = callsBefore;
+}
+
+SimulatedCloud::User& SimulatedCloud::userNamed(const std::string& name) {
+  const auto [place, isNew] = users_.try_emplace(name);
+  if (isNew) place->second.epoch = ++epochCount_;
+  return place->second;
 }
 
 void SimulatedCloud::tell(const std::string& user, const CloudEvent& event) {

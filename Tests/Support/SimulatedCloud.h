@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <set>
 #include <string>
 
@@ -24,8 +25,8 @@ class SimulatedCloud {
 
   /// The next calls, whatever they are, fail with these errors, in this order.
   void failWith(CKError error);
-  /// The next call is carried out, and its answer lost.
-  void loseAnswer();
+  /// The call after that many others is carried out, and its answer lost.
+  void loseAnswer(std::size_t callsBefore = 0);
 
  private:
   class Backend;
@@ -48,10 +49,12 @@ class SimulatedCloud {
   };
   struct User {
     std::map<std::string, Zone> zones;
+    std::uint64_t epoch = 0;  ///< of the key-value store
     std::map<std::string, KeyValue> keyValues;
     std::uint64_t keyValueChangeCount = 0;
   };
 
+  User& userNamed(const std::string& name);
   void tell(const std::string& user, const CloudEvent& event);
 
   std::mutex mutex_;
@@ -59,7 +62,7 @@ class SimulatedCloud {
   std::vector<CKRecord> publicRecords_;
   std::uint64_t epochCount_ = 0;
   std::deque<CKError> failures_;
-  bool losesAnswer_ = false;
+  std::optional<std::size_t> callsBeforeLostAnswer_;
   std::set<Backend*> backends_;
 };
 
