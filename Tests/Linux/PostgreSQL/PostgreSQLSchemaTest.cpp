@@ -76,6 +76,20 @@ TEST_F(PostgreSQLSchema, aUserMayHaveAnyName) {
             1);
 }
 
+TEST_F(PostgreSQLSchema, aUserWhoseNameTheServerWouldCutShortIsRefused) {
+  auto admin = server.connect("postgres");
+  const std::string longest = std::string(61, 'x') + "ü";
+  must(addCloudUser(admin, longest, std::nullopt, {}));
+  EXPECT_EQ(server.cloud(longest)->accountStatus({}), CKAccountStatus::available);
+  const auto refused = addCloudUser(admin, longest + "y", std::nullopt, {});
+  ASSERT_FALSE(refused);
+  EXPECT_EQ(refused.error().code, CKErrorCode::invalidArguments);
+  EXPECT_EQ(refused.error().localizedDescription,
+            "The name of a user of the server has at least 1 and at most 63 bytes.");
+  EXPECT_EQ(codeOf(addCloudUser(admin, "", std::nullopt, {})), CKErrorCode::invalidArguments);
+  EXPECT_EQ(server.tell("SELECT FROM orvane.accounts")[0].rows(), 3);
+}
+
 TEST_F(PostgreSQLSchema, aUserIsAddedToTheCloudAndToNothingElse) {
   auto bob = server.connect("bob");
   for (const auto* statement :
