@@ -17,6 +17,7 @@ namespace orvane::test {
 /// What every cloud does. `Cloud` can be made without arguments, lives as long as a test, and has
 ///
 ///     std::unique_ptr<CloudBackend> connect();   // one more machine of the same user
+///     std::shared_ptr<void> hold();              // while it lives, no record can be saved
 template <typename Cloud>
 class CloudConformance : public ::testing::Test {
  protected:
@@ -397,6 +398,28 @@ TYPED_TEST_P(CloudConformance, operationThatWaitsIsCancelled) {
   EXPECT_EQ(this->namesOf(this->here_.fetch().changed), std::set<std::string>{"a"});
 }
 
+TYPED_TEST_P(CloudConformance, callThatGoesOnIsCancelled) {
+  using Clock = std::chrono::steady_clock;
+  this->here_.saveZone();
+  auto held = this->cloud_.hold();
+  int asked = 0;
+  auto last = Clock::now();
+  auto longest = Clock::duration::zero();
+  const CloudCall call{[&] {
+    longest = std::max(longest, Clock::now() - std::exchange(last, Clock::now()));
+    return ++asked > 4;
+  }};
+  const auto cancelled =
+      this->here_.backend->modifyRecords({{"Zone"}, {this->newRecord("a")}, {}}, call);
+  ASSERT_FALSE(cancelled.has_value());
+  EXPECT_EQ(cancelled.error().code, CKErrorCode::operationCancelled);
+  EXPECT_FALSE(cancelled.error().retryAfter.has_value());
+  EXPECT_LT(longest, std::chrono::seconds(1)) << "about every 50 ms";
+  held.reset();
+  EXPECT_FALSE(this->here_.modify({this->newRecord("b")}).error.has_value());
+  EXPECT_TRUE(this->namesOf(this->there_.fetch().changed).contains("b"));
+}
+
 TYPED_TEST_P(CloudConformance, operationFollowsWhatItDependsOn) {
   this->here_.saveZone();
   const auto first = std::make_shared<CKModifyRecordsOperation>(std::vector{this->newRecord("a")},
@@ -420,6 +443,7 @@ REGISTER_TYPED_TEST_SUITE_P(
     recordIsSavedAndDeletedOnceInARequest, subscriptionIsSavedOnceForAllMachines,
     listenerIsToldOfChangesOfOtherMachines, keyValuesAreOfWhoeverWroteLast,
     keyValuesAreAllThereAreForATokenThatIsNotTheStores, keyValuesHaveAQuota,
-    publicRecordIsAddedOnce, operationThatWaitsIsCancelled, operationFollowsWhatItDependsOn);
+    publicRecordIsAddedOnce, operationThatWaitsIsCancelled, callThatGoesOnIsCancelled,
+    operationFollowsWhatItDependsOn);
 
 }  // namespace orvane::test

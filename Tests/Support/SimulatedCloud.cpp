@@ -1,6 +1,7 @@
 #include "Tests/Support/SimulatedCloud.h"
 
 #include <algorithm>
+#include <chrono>
 #include <utility>
 
 #include <fmt/format.h>
@@ -157,8 +158,10 @@ class SimulatedCloud::Backend final : public CloudBackend {
 
   template <typename Value, typename Work>
   CKResult<Value> answer(const CloudCall& call, const Work& work) {
-    if (call.isCancelled()) return failure(CKErrorCode::operationCancelled, "Cancelled.");
-    const std::lock_guard lock(cloud_.mutex_);
+    std::unique_lock lock(cloud_.mutex_);
+    if (!cloud_.waitForRelease(lock, call)) {
+      return failure(CKErrorCode::operationCancelled, "Cancelled.");
+    }
     if (!cloud_.failures_.empty()) {
       auto error = std::move(cloud_.failures_.front());
       cloud_.failures_.pop_front();
@@ -301,6 +304,23 @@ void SimulatedCloud::failWith(CKError error) {
 void SimulatedCloud::loseAnswer(std::size_t callsBefore) {
   const std::lock_guard lock(mutex_);
   callsBeforeLostAnswer_ = callsBefore;
+}
+
+void SimulatedCloud::hold(bool isHeld) {
+  const std::lock_guard lock(mutex_);
+  isHeld_ = isHeld;
+  released_.notify_all();
+}
+
+/// False when the call is cancelled.
+bool SimulatedCloud::waitForRelease(std::unique_lock<std::mutex>& lock, const CloudCall& call) {
+  constexpr std::chrono::milliseconds pause{50};
+  while (!call.isCancelled()) {
+    if (released_.wait_for(lock, isHeld_ ? pause : pause.zero(), [this] { return !isHeld_; })) {
+      return true;
+    }
+  }
+  return false;
 }
 
 SimulatedCloud::User& SimulatedCloud::userNamed(const std::string& name) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <condition_variable>
 #include <cstdint>
 #include <deque>
 #include <functional>
@@ -27,6 +28,8 @@ class SimulatedCloud {
   void failWith(CKError error);
   /// The call after that many others is carried out, and its answer lost.
   void loseAnswer(std::size_t callsBefore = 0);
+  /// Calls wait, until they are cancelled or this is taken back.
+  void hold(bool isHeld);
 
  private:
   class Backend;
@@ -54,10 +57,13 @@ class SimulatedCloud {
     std::uint64_t keyValueChangeCount = 0;
   };
 
+  bool waitForRelease(std::unique_lock<std::mutex>& lock, const CloudCall& call);
   User& userNamed(const std::string& name);
   void tell(const std::string& user, const CloudEvent& event);
 
   std::mutex mutex_;
+  std::condition_variable released_;
+  bool isHeld_ = false;
   std::map<std::string, User> users_;
   std::vector<CKRecord> publicRecords_;
   std::uint64_t epochCount_ = 0;

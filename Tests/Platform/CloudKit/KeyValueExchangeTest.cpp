@@ -6,6 +6,7 @@
 #include "Platform/CloudKit/KeyValueExchange.h"
 #include "Platform/Foundation/InMemoryKeyValueDatabase.h"
 #include "Platform/Foundation/NSUbiquitousKeyValueStore.h"
+#include "Platform/Foundation/ThreadExecutor.h"
 #include "Tests/Support/FailingKeyValueDatabase.h"
 #include "Tests/Support/RecordingOutput.h"
 #include "Tests/Support/SimulatedCloud.h"
@@ -238,6 +239,32 @@ TEST_F(ExchangeOfKeyValues, receivesWhatOthersChangeWhileItCannotSend) {
   here.exchangeAll();
   there.exchangeAll();
   EXPECT_EQ(there.store.object("large"), Value("small"));
+}
+
+TEST_F(ExchangeOfKeyValues, cancelsItsCallWhenItEnds) {
+  here.set("packages", "ads");
+  {
+    KeyValueExchange shortLived({.own = here.own, .foreign = here.table}, *here.cloud,
+                                *here.cloudQueue, *here.mainQueue, here.systemLog);
+    shortLived.exchange();
+  }
+  time.runUntilIdle();
+  there.exchangeAll();
+  EXPECT_EQ(there.store.object("packages"), std::nullopt);
+  EXPECT_THAT(here.systemLog.take(), IsEmpty());
+}
+
+TEST_F(ExchangeOfKeyValues, endsACallThatGoesOnWhenItEnds) {
+  ThreadExecutor cloudQueue("cloud");
+  cloud.hold(true);
+  {
+    KeyValueExchange shortLived({.own = here.own, .foreign = here.table}, *here.cloud, cloudQueue,
+                                *here.mainQueue, here.systemLog);
+    shortLived.exchange();
+  }
+  // Otherwise this has no end.
+  cloudQueue.runAndWait([] {});
+  cloud.hold(false);
 }
 
 TEST_F(ExchangeOfKeyValues, saysWhenTheStoreIsFull) {
