@@ -96,7 +96,8 @@ void apply(Transaction& table, const LocalState& read, const CloudKeyValueChange
 
 CKResult<LocalState> read(const KeyValueExchange::Table& table) {
   LocalState state;
-  const auto done = table.own.transact([&](auto& transaction) { state = stateOf(transaction); });
+  const auto done =
+      table.foreign.transact([&](auto& transaction) { state = stateOf(transaction); });
   if (!done) return tl::unexpected(tableError(done.error()));
   return state;
 }

@@ -196,7 +196,7 @@ TEST(PostgreSQLAddresses, withAMistakeAreABadContainerAndNotRepeated) {
 TEST(PostgreSQLAddresses, nameTheOptionThatIsNotUnderstood) {
   for (const auto& [option, value] : std::map<std::string, std::string>{
            {"sslmode", "always"}, {"port", "65536"}, {"channel_binding", "perhaps"}}) {
-    const auto error = refusalOf("host=db.example " + option + "=" + value);
+    const auto error = refusalOf(fmt::format("host=db.example {}={}", option, value));
     EXPECT_EQ(error.code, CKErrorCode::badContainer);
     EXPECT_THAT(error.localizedDescription, HasSubstr("“" + option + "”"));
   }
