@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 #include "Benchmarks/Scenario.h"
@@ -32,9 +33,18 @@ void registerDefaults();
 
 /// Changes of a queue in which 150,000 rules wait for the cloud, beside the same in an empty one.
 void registerQueue();
-/// A cloud in a file with 150,000 rule records, saved in batches of 400 and fetched in pages of
-/// 2,000, beside the same rows in a bare table.
-void registerCloud();
+
+// That many rule records, saved in batches of 400, saved again, and fetched in pages of 2,000.
+
+/// In a cloud in a file, beside the same rows in a bare table.
+void registerCloud(std::size_t recordCount);
+
+/// In a cloud on a server of its own, whose files are in memory and not synchronised, beside the
+/// same rows in an equal table of the same server: written by an INSERT of many rows for each batch
+/// and by COPY, read by a SELECT for each page and by COPY. Records per second, and what the client
+/// uses of memory. First through a socket file, then encrypted through a network with 20 ms from a
+/// question to its answer.
+void registerPostgreSQL(std::size_t recordCount);
 
 /// What the program does when it is started with this option and the path of user defaults: until
 /// it is killed it sets "pong" whenever "ping" changes.

@@ -9,12 +9,12 @@
 #include <unistd.h>
 
 #include "Benchmarks/Benchmarks.h"
+#include "Benchmarks/Check.h"
 #include "Benchmarks/Measurement.h"
 #include "Linux/GLib/MainLoopExecutor.h"
 #include "Linux/Posix/FileDescriptor.h"
 #include "Linux/SQLite/SQLiteKeyValueDatabase.h"
 #include "Linux/SQLite/SQLiteStatement.h"
-#include "Platform/Foundation/FatalError.h"
 #include "Platform/Foundation/NSUserDefaults.h"
 #include "Tests/Support/RecordingOutput.h"
 #include "Tests/Support/TemporaryDirectory.h"
@@ -25,10 +25,6 @@ namespace {
 constexpr int busyTimeout = 5000;
 constexpr std::int64_t entryCount = 150'000;
 constexpr const char* text = "a value of forty characters, or nearly so";
-
-void check(bool worked, const char* message) {
-  if (!worked) fatalError(message, "Benchmarks");
-}
 
 /// User defaults of their own, and beside them a table that is used without them.
 class DefaultsMachine {

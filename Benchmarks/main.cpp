@@ -24,7 +24,10 @@ int main(int argc, char** argv) {
   for (const auto& scenario : scenarios) registerEdits(scenario);
   registerDefaults();
   registerQueue();
-  registerCloud();
+  for (const std::size_t recordCount : {10'000U, 150'000U}) {
+    registerCloud(recordCount);
+    registerPostgreSQL(recordCount);
+  }
 #ifdef ORVANE_DESKTOP
   registerPopover();
   for (const auto& scenario : scenarios) registerCompile(scenario);

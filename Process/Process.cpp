@@ -6,10 +6,11 @@
 
 namespace orvane {
 
-Process::Process(Platform& platform, ReloadObserver reloadObserver)
-    : platform_(platform), reloadObserver_(std::move(reloadObserver)) {}
+Process::Process(Platform& platform, Options options)
+    : platform_(platform), options_(std::move(options)) {}
 
 Process::~Process() {
+  syncManager_.reset();
   safari_.reset();
   // A refresh that is under way on the write queue uses the data manager.
   if (writeQueue_) writeQueue_->runAndWait([] {});
@@ -36,11 +37,37 @@ DataManager& Process::dataManager() {
         platform_, store(), defaults(), writeQueue(),
         [this](BlockerPreferenceManager& preferences, bool allowsCancelling,
                SafariReloadingHandler handler) {
-          safari().reload(preferences, allowsCancelling, std::move(handler));
+          reload(preferences, allowsCancelling, std::move(handler));
         },
-        LocalChangeHooks{});
+        LocalChangeHooks{
+            .ruleAdded = [this](const Rule& rule,
+                                const Package& package) { syncManager().ruleAdded(rule, package); },
+            .ruleDeleted =
+                [this](const Rule& rule, const Package& package) {
+                  syncManager().ruleDeleted(rule, package);
+                },
+        });
   }
   return *dataManager_;
+}
+
+SyncManager& Process::syncManager() {
+  if (!syncManager_) {
+    syncManager_.emplace(
+        platform_, defaults(), dataManager(), options_.cloud,
+        [this] { reload(dataManager().preferenceManager(), /*allowsCancelling=*/true, nullptr); },
+        options_.syncObserver);
+  }
+  return *syncManager_;
+}
+
+void Process::reload(BlockerPreferenceManager& preferences, bool allowsCancelling,
+                     SafariReloadingHandler handler) {
+  if (options_.reload) {
+    options_.reload(preferences, allowsCancelling, std::move(handler));
+  } else {
+    safari().reload(preferences, allowsCancelling, std::move(handler));
+  }
 }
 
 PerSiteRules& Process::perSiteRules() {
@@ -50,7 +77,8 @@ PerSiteRules& Process::perSiteRules() {
 
 Safari& Process::safari() {
   if (!safari_) {
-    safari_.emplace(platform_, store(), defaults(), dataManager().published(), reloadObserver_);
+    safari_.emplace(platform_, store(), defaults(), dataManager().published(),
+                    options_.reloadObserver);
   }
   return *safari_;
 }

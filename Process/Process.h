@@ -6,6 +6,7 @@
 #include "BlockerKit/Catalogue/DataManager.h"
 #include "BlockerKit/Catalogue/PerSiteRules.h"
 #include "BlockerKit/PersistentStore/PersistentStore.h"
+#include "BlockerKit/SyncManager/SyncManager.h"
 #include "Platform/Foundation/Executor.h"
 #include "Platform/Foundation/NSUserDefaults.h"
 #include "Platform/Platform.h"
@@ -19,9 +20,18 @@ namespace orvane {
 /// process. Main queue.
 class Process {
  public:
-  /// `platform` and its services outlive the process. `reloadObserver` is told of the reloads that
-  /// this process makes.
-  explicit Process(Platform& platform, ReloadObserver reloadObserver = nullptr);
+  struct Options {
+    /// Told of the reloads that this process makes; may be empty.
+    ReloadObserver reloadObserver = nullptr;
+    /// What a save asks for the list; `Safari::reload` if it is empty.
+    ReloadRequest reload = nullptr;
+    SyncManager::Cloud cloud = SyncManager::Cloud::none;
+    SyncObserver syncObserver = nullptr;
+  };
+
+  /// `platform` and its services outlive the process.
+  explicit Process(Platform& platform) : Process(platform, Options()) {}
+  Process(Platform& platform, Options options);
   Process(const Process&) = delete;
   Process& operator=(const Process&) = delete;
   /// Waits for what the queues of the process are doing.
@@ -32,20 +42,25 @@ class Process {
   NSUserDefaults& defaults();
   /// Where package files are read and written.
   Executor& writeQueue();
-  /// Its saves end in a reload.
+  /// Its saves end in a reload, and what the user edits is recorded for the user's other machines.
   DataManager& dataManager();
+  SyncManager& syncManager();
   PerSiteRules& perSiteRules();
   Safari& safari();
   Communication& communication();
 
  private:
+  void reload(BlockerPreferenceManager& preferences, bool allowsCancelling,
+              SafariReloadingHandler handler);
+
   Platform& platform_;
-  ReloadObserver reloadObserver_;
+  Options options_;
   // Whatever uses another part comes behind it, and is destroyed before it.
   std::optional<PersistentStore> store_;
   NSUserDefaults* defaults_ = nullptr;
   std::unique_ptr<Executor> writeQueue_;
   std::optional<DataManager> dataManager_;
+  std::optional<SyncManager> syncManager_;
   std::optional<PerSiteRules> perSiteRules_;
   std::optional<Safari> safari_;
   std::optional<Communication> communication_;

@@ -17,6 +17,7 @@
 #include "Apps/Companion/SiteListCommand.h"
 #include "Apps/Companion/StatusCommand.h"
 #include "Apps/Companion/SwitchCommand.h"
+#include "Apps/Companion/SyncCommand.h"
 
 namespace orvane {
 namespace {
@@ -54,6 +55,7 @@ class Declaration {
     declareRebuild();
     declareCheck();
     declareAccount();
+    declareSync();
     declareCloud();
   }
 
@@ -232,6 +234,27 @@ class Declaration {
     addJSON(account);
     runs(account, [](LinuxPlatform& machine, const Arguments& arguments) {
       return runAccountCommand(machine, arguments.change.asJSON);
+    });
+  }
+
+  void declareSync() {
+    auto* sync = app_.add_subcommand("sync", "Say how the user's machines are kept the same");
+    addJSON(sync);
+    auto* now = sync->add_subcommand("now", "Send and fetch everything");
+    addJSON(now);
+    now->add_option("--timeout", arguments_->change.timeout,
+                    "Wait for so many seconds at the most (60)")
+        ->type_name("SECONDS")
+        ->check(CLI::Range(1U, 86'400U));
+    runs(now, [](LinuxPlatform& machine, const Arguments& arguments) {
+      return runSyncNowCommand(machine, arguments.change.asJSON, arguments.change.timeout);
+    });
+    // The callback of a command comes behind that of its subcommand.
+    sync->callback([sync, now, &parsed = parsed_, arguments = arguments_] {
+      if (sync->got_subcommand(now)) return;
+      parsed.command = [arguments](LinuxPlatform& machine) {
+        return runSyncCommand(machine, arguments->change.asJSON);
+      };
     });
   }
 

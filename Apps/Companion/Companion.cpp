@@ -1,22 +1,35 @@
 #include "Apps/Companion/Companion.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "Apps/Companion/CompanionStatus.h"
 #include "Apps/Companion/ReloadError.h"
+#include "BlockerKit/PersistentStore/SharedDefaults.h"
 #include "BlockerKit/Support/DisplayInformation.h"
 
 namespace orvane {
+
 Companion::Companion(Platform& platform)
     : platform_(platform),
-      process_(platform, [this](const ReloadReport& report) { reloaded(report); }) {}
+      syncStatus_(sharedUserDefaults(platform)),
+      process_(
+          platform,
+          {.reloadObserver = [this](const ReloadReport& report) { reloaded(report); },
+           .reload = [this](BlockerPreferenceManager&, bool,
+                            SafariReloadingHandler handler) { rebuildForSave(std::move(handler)); },
+           .cloud = SyncManager::Cloud::container,
+           .syncObserver = [this](const SyncEvent& event) { syncStatus_.note(event); }}) {}
 
 void Companion::start() {
   observe(rawValue(Communication::Message::reloadRulesFromDisk), [this] {
     signalled();
     read(/*rebuildsAnyway=*/true);
+    // Whoever has changed the packages has recorded the change before.
+    if (isSyncing_) process_.syncManager().pushAllLocalUpdates(1);
   });
+  observe(syncRequestKey, [this] { sync(); });
   observe(Communication::pausedKey, [this] {
     signalled();
     rebuild();
@@ -36,9 +49,7 @@ void Companion::observe(std::string_view key, std::function<void()> changed) {
 void Companion::observePreferences() {
   observe(BlockerPreferenceManager::disabledPackagesKey, [this] { rebuild(); });
   observe(BlockerPreferenceManager::disabledRulesKey, [this] { rebuild(); });
-  observations_.push_back(platform_.notificationCenter.addObserver(
-      NSUbiquitousKeyValueStoreDidChangeExternallyNotification,
-      [this](const NSNotification&) { rebuild(); }));
+  // The sync manager asks for a rebuild after a change of the cloud key-value store.
   platform_.ubiquitousStore.startNotifying();
 }
 
@@ -88,11 +99,27 @@ void Companion::readingEnded(DataManager::RefreshResult result) {
     publishStatus("The folder with the packages is missing.", 0);
     return;
   }
+  if (isCatalogueComplete_ && !isSyncing_) sync();
   const bool rebuildsAnyway = std::exchange(rebuildsAnyway_, false);
   if (process_.dataManager().preinstalledPackages().empty()) {
     publishStatus(noPreinstalledPackagesMessage, 0);
   }
   if (rebuildsAnyway || result == DataManager::RefreshResult::changed) rebuild();
+}
+
+/// The pre-installed packages are on every machine already.
+void Companion::sync() {
+  if (!isCatalogueComplete_) return;
+  isSyncing_ = true;
+  auto& dataManager = process_.dataManager();
+  auto packages = dataManager.configurablePackages();
+  std::ranges::copy(dataManager.customPackages(), std::back_inserter(packages));
+  process_.syncManager().update(packages);
+}
+
+void Companion::rebuildForSave(SafariReloadingHandler handler) {
+  if (handler) saveHandlers_.push_back(std::move(handler));
+  rebuild();
 }
 
 /// Only signals ask for an answer, and only a list that the browser has is one: a rebuild for
@@ -113,7 +140,9 @@ void Companion::rebuild() {
   isReported_ = false;
   auto& preferences = process_.dataManager().preferenceManager();
   const auto handler = [this, list = listsWanted_, signals = signals_, values = announced_,
+                        saveHandlers = std::exchange(saveHandlers_, {}),
                         end = endOfReload()](const SafariReloadingResult& result) {
+    for (const auto& saved : saveHandlers) saved(result);
     if (result.isSuccess() && isListWritten_) browserAnswered(list, signals, values);
   };
   process_.safari().reload(preferences, /*allowsCancelling=*/true, handler);

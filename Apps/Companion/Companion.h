@@ -8,12 +8,14 @@
 #include <vector>
 
 #include "Apps/Companion/CompanionStatus.h"
+#include "Apps/Companion/SyncStatus.h"
 #include "Process/Process.h"
 
 namespace orvane {
 
 /// The companion application at work: keeps the browser's list as the packages, the preferences and
-/// "paused" say, and answers the extension once the browser has the list. Main queue.
+/// "paused" say, answers the extension once the browser has the list, and keeps the user's packages
+/// the same on all machines. Main queue.
 ///
 /// What it did last stands in the shared defaults under `statusKey`: a dictionary of "attempt" (a
 /// text that is another one each time), "error" (what went wrong, empty if nothing did) and "rules"
@@ -36,6 +38,9 @@ class Companion {
   /// while no companion was there is answered too.
   void start();
 
+  /// For whoever passes on what the cloud tells.
+  SyncManager& syncManager() { return process_.syncManager(); }
+
   /// To be called when a package file may have changed: rebuilds if one has.
   void packageFilesChanged();
 
@@ -50,6 +55,8 @@ class Companion {
   void read(bool rebuildsAnyway);
   void readingEnded(DataManager::RefreshResult result);
   void rebuild();
+  void rebuildForSave(SafariReloadingHandler handler);
+  void sync();
   void browserAnswered(std::uint64_t list, std::uint64_t signals, const PropertyListValue& values);
   std::shared_ptr<void> endOfReload();
   void tryAgainLater();
@@ -59,6 +66,7 @@ class Companion {
   void publishStatus(const std::string& error, std::size_t rules);
 
   Platform& platform_;
+  SyncStatusRecorder syncStatus_;
   Process process_;
   std::vector<std::unique_ptr<NSUserDefaults::Observation>> defaultsObservations_;
   std::vector<NSNotificationCenter::Observation> observations_;
@@ -75,6 +83,10 @@ class Companion {
   bool rebuildsAnyway_ = false;
   /// Whether the catalogue is as the files were at the last reading.
   bool isCatalogueComplete_ = false;
+  /// Whether the packages have been handed over to the sync.
+  bool isSyncing_ = false;
+  /// Of saves that the next list is for.
+  std::vector<SafariReloadingHandler> saveHandlers_;
   bool isReloading_ = false;
   bool reloadsAgain_ = false;
   /// What the running reload has come to.

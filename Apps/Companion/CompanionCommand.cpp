@@ -2,6 +2,7 @@
 
 #include <csignal>
 #include <list>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -10,10 +11,14 @@
 
 #include "Apps/Companion/Companion.h"
 #include "Apps/Companion/Failure.h"
+#include "BlockerKit/PersistentStore/SharedDefaults.h"
 #include "BlockerKit/Support/DisplayInformation.h"
+#include "BlockerKit/SyncManager/CloudIdentity.h"
 #include "Linux/GLib/FolderWatch.h"
 #include "Linux/Posix/SingleInstance.h"
+#include "Linux/PostgreSQL/PostgreSQLAddress.h"
 #include "Platform/CloudKit/KeyValueExchange.h"
+#include "Process/CloudEvents.h"
 
 namespace orvane {
 namespace {
@@ -56,27 +61,32 @@ std::vector<std::string> packageFileNames() {
   return names;
 }
 
-/// Preferences go to the user's other machines and come from them, if there can be any.
-class PreferenceExchange {
+/// The cloud, as a text that no other one has; nothing when it cannot be told.
+std::optional<std::string> cloudIdentity(LinuxPlatform& machine) {
+  const auto& account = machine.cloudAccount();
+  if (!account) return std::nullopt;
+  if (!account->address) return "this machine";
+  const auto described = describedAddress(*account->address);
+  return described ? std::optional(*described) : std::nullopt;
+}
+
+/// Keeps in touch with the user's other machines, if there can be any.
+class CloudConnection {
  public:
-  explicit PreferenceExchange(LinuxPlatform& machine)
-      : platform_(machine.platform()),
-        exchange_(machine.exchangeTable(), platform_.cloud, platform_.cloudQueue,
-                  platform_.mainQueue, platform_.systemLog) {
-    if (!machine.cloudAccount() || !machine.cloudAccount()->address) return;
-    platform_.cloud.setListener([this](const CloudEvent& event) {
-      if (event.kind != CloudEvent::Kind::keyValuesChanged) return;
-      platform_.mainQueue.post([this] { exchange_.exchange(); });
-    });
-    exchange_.start();
+  CloudConnection(LinuxPlatform& machine, Companion& companion)
+      : exchange_(machine.exchangeTable(), machine.platform().cloud, machine.platform().cloudQueue,
+                  machine.platform().mainQueue, machine.platform().systemLog),
+        hasOtherMachines_(machine.cloudAccount() && machine.cloudAccount()->address),
+        events_(machine.platform(), companion.syncManager(), [this] {
+          if (hasOtherMachines_) exchange_.exchange();
+        }) {
+    if (hasOtherMachines_) exchange_.start();
   }
-  PreferenceExchange(const PreferenceExchange&) = delete;
-  PreferenceExchange& operator=(const PreferenceExchange&) = delete;
-  ~PreferenceExchange() { platform_.cloud.setListener({}); }
 
  private:
-  Platform& platform_;
   KeyValueExchange exchange_;
+  bool hasOtherMachines_;
+  CloudEvents events_;
 };
 
 void work(LinuxPlatform& machine, SingleInstance& instance) {
@@ -86,6 +96,10 @@ void work(LinuxPlatform& machine, SingleInstance& instance) {
         platform.systemLog.print(std::get<std::string>(notification.userInfo.at("message")));
       });
   MainLoop loop;
+  if (const auto identity = cloudIdentity(machine)) {
+    // After a failure, which is on the system log, the companion syncs as with the earlier cloud.
+    (void)beginWithCloud(sharedUserDefaults(platform), *identity);
+  }
   Companion companion(platform);
   const auto filesChanged = [&] {
     // In a folder that was made anew the right is another one, and another process may have it.
@@ -104,8 +118,8 @@ void work(LinuxPlatform& machine, SingleInstance& instance) {
   const auto& settings = machine.browserSettings();
   watches.emplace_back(settings.parent_path(), std::vector{settings.filename().string()},
                        platform.mainQueue, [&] { companion.browserSettingsChanged(); });
+  const CloudConnection cloud(machine, companion);
   companion.start();
-  const PreferenceExchange preferences(machine);
   loop.run();
   instance.announceEnd();
 }

@@ -86,7 +86,8 @@ struct Rebuilt {
 tl::expected<Rebuilt, std::string> rebuild(LinuxPlatform& machine, const Progress& progress) {
   auto& platform = machine.platform();
   std::optional<ReloadReport> report;
-  Process process(platform, [&](const ReloadReport& reported) { report = reported; });
+  Process process(platform,
+                  {.reloadObserver = [&](const ReloadReport& reported) { report = reported; }});
   progress.show("Reading the packages");
   if (readPackages(process) == DataManager::RefreshResult::failed) {
     return tl::unexpected<std::string>("The folder with the packages is missing.");

@@ -1,7 +1,6 @@
 #include "Apps/Companion/StatusCommand.h"
 
 #include <algorithm>
-#include <array>
 #include <ctime>
 #include <optional>
 #include <string>
@@ -14,6 +13,7 @@
 #include "Apps/Companion/JSONAnswer.h"
 #include "Apps/Companion/Printable.h"
 #include "Apps/Companion/ReloadError.h"
+#include "Apps/Companion/TimeText.h"
 #include "BlockerKit/Lint/ContentBlockerLint.h"
 #include "Linux/Posix/SingleInstance.h"
 #include "Linux/WebKitGTK/CompiledListDirectory.h"
@@ -127,17 +127,6 @@ class StatusQuestion {
   ExpectedList expected_;
 };
 
-std::string formatted(std::time_t time, const char* format, bool isUTC) {
-  std::tm parts{};
-  if (isUTC) {
-    static_cast<void>(::gmtime_r(&time, &parts));
-  } else {
-    static_cast<void>(::localtime_r(&time, &parts));
-  }
-  std::array<char, 64> text{};
-  return {text.data(), std::strftime(text.data(), text.size(), format, &parts)};
-}
-
 void printText(const Status& status) {
   switch (status.state) {
     case State::blocking:
@@ -152,8 +141,7 @@ void printText(const Status& status) {
   }
   fmt::print("Packages:   {}, {} of them switched off\n", status.packages, status.disabledPackages);
   fmt::print("Blockers:   {} of at most {}\n", status.enabledBlockers, mostBlockersInList);
-  fmt::print("Rebuilt:    {}\n",
-             status.rebuilt ? formatted(*status.rebuilt, "%Y-%m-%d %H:%M:%S", false) : "never");
+  fmt::print("Rebuilt:    {}\n", status.rebuilt ? localTimeText(*status.rebuilt) : "never");
   fmt::print("Companion:  {}\n", status.isCompanionRunning ? "running" : "not running");
   for (const auto& problem : status.problems) {
     std::size_t start = 0;
@@ -184,8 +172,7 @@ void write(JSONWriter& writer, const Status& status) {
   writeNumber(writer, "disabledPackages", status.disabledPackages);
   writeNumber(writer, "enabledBlockers", status.enabledBlockers);
   writeNumber(writer, "mostBlockers", mostBlockersInList);
-  writeText(writer, "rebuilt",
-            status.rebuilt ? formatted(*status.rebuilt, "%Y-%m-%dT%H:%M:%SZ", true) : "never");
+  writeText(writer, "rebuilt", status.rebuilt ? utcTimeText(*status.rebuilt) : "never");
   writeBoolean(writer, "companionRunning", status.isCompanionRunning);
   writer.Key("problems");
   writer.StartArray();

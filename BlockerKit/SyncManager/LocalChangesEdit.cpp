@@ -9,6 +9,7 @@
 
 #include "BlockerKit/Support/Quoted.h"
 #include "BlockerKit/SyncManager/RecordField.h"
+#include "BlockerKit/SyncManager/RecordsToSave.h"
 #include "Platform/CloudKit/RecordText.h"
 
 namespace orvane {
@@ -93,8 +94,35 @@ void LocalChangesEdit::unmarkDeleted(const Identifiers& identifiers, RecordKind 
 void LocalChangesEdit::forget(const Identifiers& recordNames) {
   removeAdded(recordNames, RecordKind::rule);
   removeAdded(recordNames, RecordKind::package);
-  unmarkDeleted(recordNames, RecordKind::package);
   unmarkDeleted(recordNames, RecordKind::rule);
+  unmarkDeleted(recordNames, RecordKind::package);
+}
+
+void LocalChangesEdit::removeSent(const CKRecord& record) {
+  for (const auto kind : {RecordKind::rule, RecordKind::package}) {
+    if (!isStillAsSent(record, kind)) continue;
+    transaction_.setEntry(addedKey(kind), record.recordID().recordName, std::nullopt);
+  }
+}
+
+void LocalChangesEdit::forgetSent(const CKRecord& record) {
+  for (const auto kind : {RecordKind::rule, RecordKind::package}) {
+    if (isStillAsSent(record, kind)) return forget({record.recordID().recordName});
+  }
+}
+
+void LocalChangesEdit::replaceSent(const CKRecord& record, const FieldDictionary& fields) {
+  for (const auto kind : {RecordKind::rule, RecordKind::package}) {
+    if (!isStillAsSent(record, kind)) continue;
+    transaction_.setEntry(addedKey(kind), record.recordID().recordName, fields);
+  }
+}
+
+bool LocalChangesEdit::isStillAsSent(const CKRecord& record, RecordKind kind) {
+  if (record.recordType() != rawValue(kind)) return false;
+  const auto entry = transaction_.entry(addedKey(kind), record.recordID().recordName);
+  const auto* fields = entry ? entry->as<FieldDictionary>() : nullptr;
+  return fields != nullptr && isMadeOf(record, *fields);
 }
 
 void LocalChangesEdit::replaceAdded(const std::vector<Package>& packages) {

@@ -8,6 +8,7 @@
 #include "BlockerKit/Model/Package.h"
 #include "BlockerKit/SyncManager/FieldDictionary.h"
 #include "BlockerKit/SyncManager/RecordKind.h"
+#include "Platform/CloudKit/CKRecord.h"
 #include "Platform/Foundation/KeyValueDatabase.h"
 #include "Platform/Foundation/LineOutput.h"
 
@@ -51,11 +52,22 @@ class LocalChangesEdit {
   /// are overtaken by those of others.
   void forget(const Identifiers& recordNames);
 
+  // What was added may have been edited or deleted here since it was sent as `record`; then it
+  // stays as it is.
+
+  /// The cloud has it.
+  void removeSent(const CKRecord& record);
+  /// The cloud had it before.
+  void forgetSent(const CKRecord& record);
+  /// It was merged with what the cloud has.
+  void replaceSent(const CKRecord& record, const FieldDictionary& fields);
+
   /// Replaces all that was added by these packages and their rules. Of two rules with the same
   /// identifier the later one counts. What was deleted stays.
   void replaceAdded(const std::vector<Package>& packages);
 
  private:
+  bool isStillAsSent(const CKRecord& record, RecordKind kind);
   bool canTravel(const std::string& identifier, const FieldDictionary& fields) const;
 
   Transaction& transaction_;

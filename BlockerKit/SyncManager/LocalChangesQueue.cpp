@@ -1,6 +1,7 @@
 #include "BlockerKit/SyncManager/LocalChangesQueue.h"
 
 #include <iterator>
+#include <map>
 #include <utility>
 
 #include "BlockerKit/SyncManager/RecordMetadata.h"
@@ -10,6 +11,22 @@ namespace orvane {
 
 using Transaction = KeyValueDatabase::Transaction;
 using Dictionary = PropertyListValue::Dictionary;
+
+namespace {
+
+Dictionary dictionary(std::string_view key, Transaction& transaction) {
+  auto value = transaction.value(key);
+  auto* found = value ? std::get_if<Dictionary>(&value->variant) : nullptr;
+  return found == nullptr ? Dictionary() : std::move(*found);
+}
+
+std::vector<std::string> strings(std::string_view key, Transaction& transaction) {
+  const auto value = transaction.value(key);
+  auto found = value ? stringsOf(*value) : std::nullopt;
+  return std::move(found).value_or(std::vector<std::string>());
+}
+
+}  // namespace
 
 Expected<void> LocalChangesQueue::change(const std::function<void(LocalChangesEdit&)>& edit) {
   return defaults_.transact([&](Transaction& transaction) {
@@ -26,22 +43,44 @@ bool LocalChangesQueue::containsAdded(std::string_view recordName) {
   return false;
 }
 
-std::vector<CKRecord> LocalChangesQueue::recordsToSave(const CKRecordZoneID& zoneID) {
-  const auto metadata = dictionary(RecordMetadata::key);
-  std::vector<CKRecord> records;
+LocalChanges LocalChangesQueue::all(const CKRecordZoneID& zoneID) {
+  Dictionary metadata;
+  std::map<RecordKind, Dictionary> added;
+  std::vector<std::string> deleted;
+  (void)defaults_.transact([&](Transaction& transaction) {
+    metadata = dictionary(RecordMetadata::key, transaction);
+    for (const auto kind : {RecordKind::package, RecordKind::rule}) {
+      added[kind] = dictionary(LocalChangesEdit::addedKey(kind), transaction);
+    }
+    for (const auto kind : {RecordKind::rule, RecordKind::package}) {
+      std::ranges::move(strings(LocalChangesEdit::deletedKey(kind), transaction),
+                        std::back_inserter(deleted));
+    }
+  });
+  LocalChanges changes;
   for (const auto kind : {RecordKind::package, RecordKind::rule}) {
-    const auto added = dictionary(LocalChangesEdit::addedKey(kind));
-    auto ofKind = orvane::recordsToSave(kind, added, metadata, zoneID, systemLog_);
-    std::ranges::move(ofKind, std::back_inserter(records));
+    std::ranges::move(recordsToSave(kind, added[kind], metadata, zoneID, systemLog_),
+                      std::back_inserter(changes.recordsToSave));
   }
-  return records;
+  changes.recordIDsToDelete = recordIDs(deleted, zoneID);
+  return changes;
 }
 
-std::vector<CKRecordID> LocalChangesQueue::recordIDsToDelete(const CKRecordZoneID& zoneID) {
-  auto names = strings(LocalChangesEdit::deletedKey(RecordKind::rule));
-  std::ranges::move(strings(LocalChangesEdit::deletedKey(RecordKind::package)),
-                    std::back_inserter(names));
-  return recordIDs(names, zoneID);
+LocalChangesCount LocalChangesQueue::count() {
+  LocalChangesCount count;
+  (void)defaults_.transact([&](Transaction& transaction) {
+    const auto added = [&](RecordKind kind) {
+      return dictionary(LocalChangesEdit::addedKey(kind), transaction).size();
+    };
+    const auto deleted = [&](RecordKind kind) {
+      return strings(LocalChangesEdit::deletedKey(kind), transaction).size();
+    };
+    count = {.packagesToSave = added(RecordKind::package),
+             .rulesToSave = added(RecordKind::rule),
+             .packagesToDelete = deleted(RecordKind::package),
+             .rulesToDelete = deleted(RecordKind::rule)};
+  });
+  return count;
 }
 
 bool LocalChangesQueue::existingDataIsMarkedAsAdded() {
@@ -58,18 +97,6 @@ void LocalChangesQueue::markExistingDataAsAdded(const std::vector<Package>& pack
   // After a failure, which is on the system log, the mark is missing and the next call tries again.
   (void)defaults_.transact(mark);
   defaults_.synchronize();
-}
-
-Dictionary LocalChangesQueue::dictionary(std::string_view key) {
-  auto value = defaults_.object(key);
-  auto* found = value ? std::get_if<Dictionary>(&value->variant) : nullptr;
-  return found == nullptr ? Dictionary() : std::move(*found);
-}
-
-std::vector<std::string> LocalChangesQueue::strings(std::string_view key) {
-  const auto value = defaults_.object(key);
-  auto found = value ? stringsOf(*value) : std::nullopt;
-  return std::move(found).value_or(std::vector<std::string>());
 }
 
 }  // namespace orvane

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <string_view>
 #include <vector>
@@ -9,6 +10,25 @@
 #include "Platform/Foundation/NSUserDefaults.h"
 
 namespace orvane {
+
+/// Changes as they are sent.
+struct LocalChanges {
+  /// Of what was added: packages, then rules.
+  std::vector<CKRecord> recordsToSave;
+  /// Of what was deleted: rules, then packages.
+  std::vector<CKRecordID> recordIDsToDelete;
+};
+
+struct LocalChangesCount {
+  std::size_t packagesToSave = 0;
+  std::size_t rulesToSave = 0;
+  std::size_t packagesToDelete = 0;
+  std::size_t rulesToDelete = 0;
+
+  std::size_t total() const {
+    return packagesToSave + rulesToSave + packagesToDelete + rulesToDelete;
+  }
+};
 
 /// Every change of packages and rules on this machine that has not reached the cloud, whichever
 /// process has made it, across launches. Keeps nothing in memory: it is under keys of the user
@@ -32,11 +52,12 @@ class LocalChangesQueue {
   /// Whether a rule or a package of that name was added.
   bool containsAdded(std::string_view recordName);
 
-  /// The records of all that was added: packages, then rules.
-  std::vector<CKRecord> recordsToSave(const CKRecordZoneID& zoneID);
+  /// All that waits, as of one moment: a change of another process in between would make one rule
+  /// both saved and deleted.
+  LocalChanges all(const CKRecordZoneID& zoneID);
 
-  /// The IDs of all that was deleted: rules, then packages.
-  std::vector<CKRecordID> recordIDsToDelete(const CKRecordZoneID& zoneID);
+  /// How much waits.
+  LocalChangesCount count();
 
   /// Whether the packages that were there before the first sync are in the queue, or were.
   bool existingDataIsMarkedAsAdded();
@@ -46,9 +67,6 @@ class LocalChangesQueue {
   void markExistingDataAsAdded(const std::vector<Package>& packages);
 
  private:
-  PropertyListValue::Dictionary dictionary(std::string_view key);
-  std::vector<std::string> strings(std::string_view key);
-
   NSUserDefaults& defaults_;
   LineOutput& systemLog_;
 };

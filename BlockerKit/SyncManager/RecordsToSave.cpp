@@ -84,6 +84,16 @@ std::vector<CKRecord> recordsToSave(RecordKind kind, const PropertyListValue::Di
   return records;
 }
 
+bool isMadeOf(const CKRecord& record, const FieldDictionary& fields) {
+  CKRecord::Fields values;
+  for (const auto& [key, value] : fields) {
+    if (auto found = fieldValue(key, value, record.recordID().zoneID)) {
+      values.emplace(key, *std::move(found));
+    }
+  }
+  return values == record.fields();
+}
+
 std::vector<CKRecordID> recordIDs(const std::vector<std::string>& names,
                                   const CKRecordZoneID& zoneID) {
   std::vector<CKRecordID> ids;

@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "BlockerKit/SyncManager/FieldDictionary.h"
 #include "BlockerKit/SyncManager/RecordKind.h"
 #include "Platform/CloudKit/CKRecord.h"
 #include "Platform/Foundation/LineOutput.h"
@@ -21,6 +22,9 @@ namespace orvane {
 std::vector<CKRecord> recordsToSave(RecordKind kind, const PropertyListValue::Dictionary& added,
                                     const PropertyListValue::Dictionary& metadata,
                                     const CKRecordZoneID& zoneID, LineOutput& systemLog);
+
+/// Whether the record has the values that these fields give it, and no others.
+bool isMadeOf(const CKRecord& record, const FieldDictionary& fields);
 
 /// The IDs of the records with these names, in their order. Nothing that the cloud has is named by
 /// what cannot be a name.

@@ -3,8 +3,17 @@
 #include <string>
 #include <utility>
 
+#include <fmt/format.h>
+
+#include "BlockerKit/SyncManager/CloudOperations.h"
+#include "BlockerKit/SyncManager/ErrorReaction.h"
+#include "Platform/CloudKit/CKModifyRecordZonesOperation.h"
+#include "Platform/CloudKit/CKModifySubscriptionsOperation.h"
+
 namespace orvane {
 namespace {
+
+constexpr std::string_view duplicatePrefix = "duplicate of ";
 
 std::vector<std::string> identifiersOf(std::span<const Rule> rules) {
   std::vector<std::string> identifiers;
@@ -18,13 +27,68 @@ void addRules(LocalChangesEdit& edit, std::span<const Rule> rules, const Package
   edit.addRules(rules, package.id);
 }
 
+/// Of the subscription that is there already.
+std::optional<std::string> duplicateID(const CKError& error) {
+  const auto& text = error.localizedDescription;
+  const auto start = text.find(duplicatePrefix);
+  if (start == std::string::npos) return std::nullopt;
+  return text.substr(start + duplicatePrefix.size());
+}
+
 }  // namespace
 
-SyncManager::SyncManager(Platform& platform, NSUserDefaults& defaults, SyncRequests requests)
+NSOperationQueue::Properties SyncManager::queueProperties() {
+  return {.name = "Schedule CloudKit requests",
+          .maxConcurrentOperationCount = 1,
+          .qualityOfService = NSQualityOfService::utility};
+}
+
+SyncManager::SyncManager(Platform& platform, NSUserDefaults& defaults, DataManager& dataManager,
+                         Cloud cloud, std::function<void()> reloadContentBlocker,
+                         SyncObserver observer)
     : platform_(platform),
       defaults_(defaults),
-      requests_(std::move(requests)),
-      localChanges_(defaults, platform.systemLog) {}
+      reloadContentBlocker_(std::move(reloadContentBlocker)),
+      observer_(std::move(observer)),
+      metadata_(defaults, platform.standardOutput),
+      localChanges_(defaults, platform.systemLog),
+      fetchedPages_(defaults),
+      resultsHandler_(
+          platform.mainQueue, dataManager,
+          [this](const std::vector<std::string>& pages) { fetchedPages_.remove(pages); }) {
+  if (cloud == Cloud::none) return;
+  syncQueue_ = platform.makeSerialQueue("sync");
+  queue_.emplace(platform.makeSerialQueue, queueProperties());
+  container_.emplace(
+      containerIdentifier,
+      CKDatabase::Connection{platform.cloud, platform.cloudQueue, *syncQueue_, platform.systemLog});
+  for (const auto& page : fetchedPages_.stored(zone_.zoneID)) {
+    resultsHandler_.append(remoteChanges(page.pass), page.name);
+  }
+  auto& center = platform.notificationCenter;
+  observations_.push_back(center.addObserver(CKAccountChanged, [this](const NSNotification&) {
+    onSyncQueue([this] { accountStatusChanged(); });
+  }));
+  observations_.push_back(
+      center.addObserver(NSUbiquitousKeyValueStoreDidChangeExternallyNotification,
+                         [this](const NSNotification&) { ubiqStoreDidChange(); }));
+}
+
+SyncManager::~SyncManager() {
+  observations_.clear();
+  if (!container_) return;
+  syncQueue_->runAndWait([this] {
+    isEnding_ = true;
+    queue_->cancelAllOperations();
+    for (const auto& fetching : fetches_) {
+      if (const auto operation = fetching.lock()) operation->cancel();
+    }
+  });
+  queue_.reset();
+  // What is asked there answers on the sync queue, which must still be there.
+  platform_.cloudQueue.runAndWait([] {});
+  syncQueue_.reset();
+}
 
 void SyncManager::packageAdded(const Package& package) {
   record([&](LocalChangesEdit& edit) {
@@ -62,17 +126,182 @@ void SyncManager::ruleDeleted(const Rule& rule, const Package& /*package*/) {
 
 void SyncManager::update(const std::vector<Package>& packages) {
   if (!packages.empty() && !localChanges_.existingDataIsMarkedAsAdded()) {
-    platform_.standardOutput.print("Preparing packages for initial sync");
+    print("Preparing packages for initial sync");
     localChanges_.markExistingDataAsAdded(packages);
   }
-  requests_.pushAllLocalUpdates(1);
-  if (defaults_.boolForKey(zoneSavedKey)) requests_.fetchRemoteChanges();
+  onSyncQueue([this] {
+    push(1);
+    if (defaults_.boolForKey(zoneSavedKey)) fetch(nullptr);
+  });
 }
 
 void SyncManager::record(const std::function<void(LocalChangesEdit&)>& edit) {
   (void)localChanges_.change(edit);
   defaults_.synchronize();
-  requests_.pushAllLocalUpdates(1);
+  pushAllLocalUpdates(1);
+}
+
+void SyncManager::tell(const SyncEvent& event) const {
+  if (observer_) observer_(event);
+}
+
+void SyncManager::onSyncQueue(std::function<void()> task) {
+  if (!container_) return;
+  syncQueue_->post([this, task = std::move(task)] {
+    if (!isEnding_) task();
+  });
+}
+
+void SyncManager::handleNotification(const CKNotification& /*notification*/,
+                                     FetchCompletion completion) {
+  fetchRemoteChanges(std::move(completion));
+}
+
+void SyncManager::updateAccountStatus(std::function<void(bool)> completion) {
+  if (isEnding_) return;
+  print("Checking account status...");
+  container_->accountStatus([this, completion = std::move(completion)](
+                                CKAccountStatus status, const std::optional<CKError>& error) {
+    if (error) {
+      print(error->localizedDescription);
+      tell(SyncFailureEvent{error->localizedDescription});
+    } else {
+      print(fmt::format("Current account status: {}", description(status)));
+      lastAccountStatus_ = status;
+      tell(SyncAccountEvent{std::string(description(status))});
+    }
+    completion(status == CKAccountStatus::available);
+  });
+}
+
+void SyncManager::accountStatusChanged() {
+  print("Account status changed!");
+  lastAccountStatus_.reset();
+  updateAccountStatus([this](bool isAvailable) {
+    if (isAvailable && pendingOnAccountUnavailable_) push(1);
+  });
+}
+
+void SyncManager::ubiqStoreDidChange() {
+  print("Ubiq store got remote changes!");
+  if (defaults_.boolForKey(BlockerPreferenceManager::storePreferencesLocallyKey)) return;
+  platform_.ubiquitousStore.synchronize();
+  platform_.notificationCenter.post({.name = remotePreferenceSyncNotification});
+  reloadContentBlocker_();
+}
+
+std::shared_ptr<NSOperation> SyncManager::saveZone() {
+  auto operation = saveZoneOperation(container_->privateCloudDatabase(), zone_);
+  operation->setModifyRecordZonesCompletionBlock(
+      [this](const auto& /*saved*/, const auto& /*deleted*/, const std::optional<CKError>& error) {
+        zoneSaved(error);
+      });
+  return operation;
+}
+
+void SyncManager::zoneSaved(const std::optional<CKError>& error) {
+  if (!error) {
+    zoneIsThere();
+    return;
+  }
+  print(fmt::format("Couldn't save zone {}", error->localizedDescription));
+  // By the push that has taken the place of this one.
+  if (error->code == CKErrorCode::operationCancelled) return;
+  const auto deciding = decidingError(*error).error;
+  const auto reaction = reactionToSaveError(deciding.code);
+  if (reaction != SaveReaction::isThereAlready) {
+    tell(SyncFailureEvent{deciding.localizedDescription});
+  }
+  switch (reaction) {
+    case SaveReaction::retryLater:
+      repushAfter(deciding);
+      break;
+    case SaveReaction::accountIsUnknown:
+      accountIsUnknown();
+      break;
+    case SaveReaction::isThereAlready:
+      print("Zone already exists (?)");
+      zoneIsThere();
+      break;
+    case SaveReaction::zoneIsMissing:
+    case SaveReaction::other:
+      queue_->cancelAllOperations();
+      break;
+  }
+}
+
+void SyncManager::zoneIsThere() {
+  print("Zone saved successfully!");
+  lastRequestDelay_ = defaultRequestDelay;
+  store(zoneSavedKey, true);
+  fetch(nullptr);
+}
+
+std::shared_ptr<NSOperation> SyncManager::subscribeToChanges() {
+  auto operation =
+      subscribeToChangesOperation(container_->privateCloudDatabase(), zone_, platform_.makeUUID());
+  operation->setModifySubscriptionsCompletionBlock(
+      [this](const std::vector<CKRecordZoneSubscription>& saved,
+             const std::optional<CKError>& error) { subscriptionSaved(saved, error); });
+  return operation;
+}
+
+void SyncManager::subscriptionSaved(const std::vector<CKRecordZoneSubscription>& saved,
+                                    const std::optional<CKError>& error) {
+  if (!error) {
+    const auto& subscriptionID = saved.front().subscriptionID;
+    print(fmt::format("Subscription saved successfully! ID: {}", subscriptionID));
+    subscriptionIsThere(subscriptionID);
+    return;
+  }
+  print(fmt::format("Couldn't save subscription {}", error->localizedDescription));
+  if (error->code == CKErrorCode::operationCancelled) return;
+  const auto deciding = decidingError(*error).error;
+  const auto reaction = reactionToSaveError(deciding.code);
+  if (reaction != SaveReaction::isThereAlready) {
+    tell(SyncFailureEvent{deciding.localizedDescription});
+  }
+  switch (reaction) {
+    case SaveReaction::retryLater:
+      repushAfter(deciding);
+      break;
+    case SaveReaction::accountIsUnknown:
+      accountIsUnknown();
+      break;
+    case SaveReaction::isThereAlready:
+      if (const auto subscriptionID = duplicateID(deciding)) {
+        print(fmt::format("Subscription already exists (?) {}", *subscriptionID));
+        subscriptionIsThere(*subscriptionID);
+      }
+      break;
+    case SaveReaction::zoneIsMissing:
+      saveZoneAgain();
+      break;
+    case SaveReaction::other:
+      break;
+  }
+}
+
+void SyncManager::subscriptionIsThere(const std::string& subscriptionID) {
+  lastRequestDelay_ = defaultRequestDelay;
+  store(zoneSubscriptionIDKey, subscriptionID);
+}
+
+void SyncManager::saveZoneAgain() {
+  store(zoneSavedKey, false);
+  push(1);
+}
+
+void SyncManager::accountIsUnknown() {
+  lastAccountStatus_.reset();
+  pendingOnAccountUnavailable_ = true;
+  queue_->cancelAllOperations();
+}
+
+void SyncManager::store(const char* key, const PropertyListValue& value) {
+  // After a failure, which is on the system log, the cloud is asked once more than was necessary.
+  (void)defaults_.setObject(value, key);
+  defaults_.synchronize();
 }
 
 }  // namespace orvane

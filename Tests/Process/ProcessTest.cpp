@@ -54,8 +54,9 @@ class OneProcess : public ::testing::Test {
 
   TestPlatform machine;
   std::vector<ReloadReport> reports;
-  Process process{machine.platform,
-                  [this](const ReloadReport& report) { reports.push_back(report); }};
+  Process process{machine.platform, {.reloadObserver = [this](const ReloadReport& report) {
+                    reports.push_back(report);
+                  }}};
 };
 
 TEST_F(OneProcess, MakesNothingBeforeItsFirstUse) {
@@ -231,7 +232,8 @@ TEST(ProcessOnThreads, EndsAmidAReload) {
   std::optional<Process> process;
   machine.files.stopAt(StoppingFileSystem::Operation::replace, listPath);
   machine.onMain([&] {
-    process.emplace(machine.platform, [](const ReloadReport&) { ADD_FAILURE(); });
+    process.emplace(machine.platform,
+                    Process::Options{.reloadObserver = [](const ReloadReport&) { ADD_FAILURE(); }});
     process->dataManager().setPreinstalledPackages({{"block-ads", "", {blockingRule("ads")}}});
     EXPECT_TRUE(process->dataManager().addRule(blockingRule("mine"), "block-url"));
   });

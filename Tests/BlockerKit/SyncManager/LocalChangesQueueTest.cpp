@@ -31,7 +31,7 @@ struct LocalChangesQueueTest : ::testing::Test {
   }
   std::vector<std::string> typesAndNamesToSave() {
     std::vector<std::string> found;
-    for (const auto& record : process.queue.recordsToSave(rulesZone)) {
+    for (const auto& record : process.queue.all(rulesZone).recordsToSave) {
       found.push_back(record.recordType() + " " + record.recordID().recordName);
     }
     return found;
@@ -183,7 +183,7 @@ TEST_F(LocalChangesQueueTest, RecordsToSaveHaveTheChangeTagsThatAreStored) {
   addPackage("new");
   RecordMetadata metadata(process.defaults(), process.machine.standardOutput);
   metadata.updateMetadata({"package", {"known", rulesZone}, "tag", {}});
-  const auto records = process.queue.recordsToSave(rulesZone);
+  const auto records = process.queue.all(rulesZone).recordsToSave;
   ASSERT_EQ(records.size(), 2U);
   EXPECT_EQ(records[0].recordChangeTag(), "tag");
   EXPECT_EQ(records[1].recordChangeTag(), std::nullopt);
@@ -192,14 +192,14 @@ TEST_F(LocalChangesQueueTest, RecordsToSaveHaveTheChangeTagsThatAreStored) {
 TEST_F(LocalChangesQueueTest, DeletedRecordsAreRulesThenPackagesInTheZone) {
   markDeleted({"p2", "p1"}, RecordKind::package);
   markDeleted({"r2", "r1"}, RecordKind::rule);
-  EXPECT_THAT(process.queue.recordIDsToDelete(rulesZone),
+  EXPECT_THAT(process.queue.all(rulesZone).recordIDsToDelete,
               ElementsAre(CKRecordID{"r2", rulesZone}, CKRecordID{"r1", rulesZone},
                           CKRecordID{"p2", rulesZone}, CKRecordID{"p1", rulesZone}));
 }
 
 TEST_F(LocalChangesQueueTest, NothingIsToBeSavedOrDeletedWhenNothingIsThere) {
-  EXPECT_THAT(process.queue.recordsToSave(rulesZone), IsEmpty());
-  EXPECT_THAT(process.queue.recordIDsToDelete(rulesZone), IsEmpty());
+  EXPECT_THAT(process.queue.all(rulesZone).recordsToSave, IsEmpty());
+  EXPECT_THAT(process.queue.all(rulesZone).recordIDsToDelete, IsEmpty());
 }
 
 TEST_F(LocalChangesQueueTest, ValuesOfAnotherTypeReadAsEmpty) {
@@ -209,8 +209,8 @@ TEST_F(LocalChangesQueueTest, ValuesOfAnotherTypeReadAsEmpty) {
     for (const auto* key : {"AddedRules", "AddedPackages", "DeletedRules", "DeletedPackages"}) {
       process.set(key, wrong);
     }
-    EXPECT_THAT(process.queue.recordsToSave(rulesZone), IsEmpty());
-    EXPECT_THAT(process.queue.recordIDsToDelete(rulesZone), IsEmpty());
+    EXPECT_THAT(process.queue.all(rulesZone).recordsToSave, IsEmpty());
+    EXPECT_THAT(process.queue.all(rulesZone).recordIDsToDelete, IsEmpty());
     EXPECT_FALSE(process.queue.containsAdded("a"));
   }
 }
@@ -241,8 +241,8 @@ TEST_F(LocalChangesQueueTest, WhatCannotBeReadIsEmptyAndTheSystemLogSaysWhy) {
   addRules({blockRule("a")});
   markDeleted({"b"}, RecordKind::rule);
   process.machine.suiteAtRisk.fails = true;
-  EXPECT_THAT(process.queue.recordsToSave(rulesZone), IsEmpty());
-  EXPECT_THAT(process.queue.recordIDsToDelete(rulesZone), IsEmpty());
+  EXPECT_THAT(process.queue.all(rulesZone).recordsToSave, IsEmpty());
+  EXPECT_THAT(process.queue.all(rulesZone).recordIDsToDelete, IsEmpty());
   EXPECT_FALSE(process.queue.containsAdded("a"));
   EXPECT_THAT(process.logged(), ::testing::Contains("The disk is on fire"));
 }

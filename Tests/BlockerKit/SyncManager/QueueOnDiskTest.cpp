@@ -18,11 +18,11 @@ struct ProcessOnDisk {
   ProcessOnDisk(MainLoop& loop, const std::filesystem::path& path) : database(path, loop.queue) {}
 
   SQLiteKeyValueDatabase database;
-  TestPlatform rest;
-  NSUserDefaults defaults{database, rest.systemLog};
-  LocalChangesQueue queue{defaults, rest.systemLog};
-  SyncManager sync{
-      rest.platform, defaults, {.pushAllLocalUpdates = [](int) {}, .fetchRemoteChanges = [] {}}};
+  SyncProcess rest;
+  NSUserDefaults defaults{database, rest.machine.systemLog};
+  LocalChangesQueue queue{defaults, rest.machine.systemLog};
+  SyncManager sync{rest.machine.platform, defaults, rest.dataManager, SyncManager::Cloud::none,
+                   [] {}};
 };
 
 struct QueueOnDisk : ::testing::Test {
@@ -39,19 +39,19 @@ TEST_F(QueueOnDisk, IsWhatAnotherProcessReads) {
     ProcessOnDisk browser(loop, path);
     browser.sync.packageAdded(packageOf("p", {rule, blockRule("b"), blockRule("c")}));
     browser.sync.ruleDeleted(blockRule("b"), packageOf("p"));
-    EXPECT_THAT(browser.rest.systemLog.lines, IsEmpty());
+    EXPECT_THAT(browser.rest.logged(), IsEmpty());
   }
   ProcessOnDisk companion(loop, path);
-  const auto records = companion.queue.recordsToSave(rulesZone);
+  const auto records = companion.queue.all(rulesZone).recordsToSave;
   ASSERT_EQ(records.size(), 3U);
   EXPECT_EQ(packageFromRecord(records[0]), packageOf("p"));
   EXPECT_EQ(ruleFromRecord(records[1]), rule);
   EXPECT_EQ(ruleFromRecord(records[2]), blockRule("c"));
-  EXPECT_THAT(companion.queue.recordIDsToDelete(rulesZone),
+  EXPECT_THAT(companion.queue.all(rulesZone).recordIDsToDelete,
               ElementsAre(CKRecordID{"b", rulesZone}));
   companion.queue.change([](LocalChangesEdit& edit) { edit.forget({"a", "b", "c", "p"}); });
-  EXPECT_THAT(companion.queue.recordsToSave(rulesZone), IsEmpty());
-  EXPECT_THAT(companion.queue.recordIDsToDelete(rulesZone), IsEmpty());
+  EXPECT_THAT(companion.queue.all(rulesZone).recordsToSave, IsEmpty());
+  EXPECT_THAT(companion.queue.all(rulesZone).recordIDsToDelete, IsEmpty());
 }
 
 /// The file takes no such text, and would refuse the rules that come with it.

@@ -43,7 +43,7 @@ RC_GTEST_PROP(RecordProperties, ARuleComesBackFromTheQueueAndTheCloudAsItWas, ()
                      edit.addRules({&rule, 1}, package);
                    })
           .has_value());
-  const auto records = process.queue.recordsToSave(rulesZone);
+  const auto records = process.queue.all(rulesZone).recordsToSave;
   RC_ASSERT(records.size() == 1U);
   const auto fetched = records.front().savedWithChangeTag("tag");
   RC_ASSERT(ruleFromRecord(fetched) == rule);

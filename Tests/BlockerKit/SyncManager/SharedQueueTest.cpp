@@ -23,10 +23,10 @@ struct SharedQueue : ::testing::Test {
 TEST_F(SharedQueue, WhatOneProcessRecordsAnotherPushes) {
   browser.sync.ruleAdded(blockRule("a"), package);
   browser.sync.ruleDeleted(blockRule("b"), package);
-  const auto records = companion.queue.recordsToSave(rulesZone);
+  const auto records = companion.queue.all(rulesZone).recordsToSave;
   ASSERT_EQ(records.size(), 1U);
   EXPECT_EQ(records.front().recordID().recordName, "a");
-  EXPECT_THAT(companion.queue.recordIDsToDelete(rulesZone),
+  EXPECT_THAT(companion.queue.all(rulesZone).recordIDsToDelete,
               UnorderedElementsAre(CKRecordID{"b", rulesZone}));
 }
 
@@ -43,8 +43,8 @@ TEST_F(SharedQueue, LosesNothingWhenTwoProcessesChangeItInTurn) {
     companion.sync.ruleDeleted(blockRule("companion's old " + name), package);
     browser.sync.ruleDeleted(blockRule("browser's old " + name), package);
   }
-  EXPECT_EQ(companion.queue.recordsToSave(rulesZone).size(), 2U * changes);
-  EXPECT_EQ(companion.queue.recordIDsToDelete(rulesZone).size(), 2U * changes);
+  EXPECT_EQ(companion.queue.all(rulesZone).recordsToSave.size(), 2U * changes);
+  EXPECT_EQ(companion.queue.all(rulesZone).recordIDsToDelete.size(), 2U * changes);
 }
 
 TEST_F(SharedQueue, LosesNothingWhenTwoProcessesChangeItAtOnce) {
@@ -57,8 +57,8 @@ TEST_F(SharedQueue, LosesNothingWhenTwoProcessesChangeItAtOnce) {
   std::thread other([&] { work(browser, "browser "); });
   work(companion, "companion ");
   other.join();
-  EXPECT_EQ(companion.queue.recordsToSave(rulesZone).size(), 2U * changes);
-  EXPECT_EQ(companion.queue.recordIDsToDelete(rulesZone).size(), 2U * changes);
+  EXPECT_EQ(companion.queue.all(rulesZone).recordsToSave.size(), 2U * changes);
+  EXPECT_EQ(companion.queue.all(rulesZone).recordIDsToDelete.size(), 2U * changes);
 }
 
 /// While one process adds a rule again and again and another deletes it, it is one or the other.

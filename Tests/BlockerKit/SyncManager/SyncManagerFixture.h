@@ -41,7 +41,7 @@ inline Dictionary blockFields(const std::string& package, const std::string& url
 
 inline Dictionary packageFields() { return {{"name", "P"}}; }
 
-/// A process that syncs, on a machine that it may share. What it asks of the cloud are lines.
+/// A process that records changes, on a machine that it may share; another one talks to the cloud.
 struct SyncProcess {
   explicit SyncProcess(std::shared_ptr<TestMachine> itsMachine = std::make_shared<TestMachine>())
       : machine(std::move(itsMachine)) {}
@@ -66,16 +66,17 @@ struct SyncProcess {
   int flushes() const { return machine.suiteAtRisk.synchronizations; }
 
   TestPlatform machine;
-  std::vector<std::string> requests;
+  PersistentStore store{machine.platform};
+  std::unique_ptr<Executor> writeQueue = machine.time.makeExecutor();
+  DataManager dataManager{machine.platform,
+                          store,
+                          machine.suite(),
+                          *writeQueue,
+                          [](BlockerPreferenceManager&, bool, const SafariReloadingHandler&) {},
+                          LocalChangeHooks{}};
   LocalChangesQueue queue{machine.suite(), machine.systemLog};
-  SyncManager sync{
-      machine.platform,
-      sharedUserDefaults(machine.platform),
-      {.pushAllLocalUpdates =
-           [this](int split) {
-             requests.push_back(fmt::format("push {} after {} flushes", split, flushes()));
-           },
-       .fetchRemoteChanges = [this] { requests.emplace_back("fetch"); }}};
+  SyncManager sync{machine.platform, sharedUserDefaults(machine.platform), dataManager,
+                   SyncManager::Cloud::none, [] {}};
 };
 
 }  // namespace orvane::test

@@ -89,24 +89,17 @@ TEST_F(SyncManagerHooks, DeletingARuleLeavesItsPackageAsItIs) {
   EXPECT_EQ(process.addedRules(), Value(Dictionary{{"b", blockFields("p")}}));
 }
 
-TEST_F(SyncManagerHooks, EachFlushesOnceAndThenAsksForOnePush) {
+TEST_F(SyncManagerHooks, EachFlushesOnce) {
   sync.packageAdded(package);
+  EXPECT_EQ(process.flushes(), 1);
   sync.packageDeleted(package);
+  EXPECT_EQ(process.flushes(), 2);
   sync.ruleAdded(blockRule("a"), package);
+  EXPECT_EQ(process.flushes(), 3);
   sync.ruleCollectionAdded(package.rules, package);
+  EXPECT_EQ(process.flushes(), 4);
   sync.ruleDeleted(blockRule("a"), package);
-  EXPECT_THAT(process.requests, ElementsAre("push 1 after 1 flushes", "push 1 after 2 flushes",
-                                            "push 1 after 3 flushes", "push 1 after 4 flushes",
-                                            "push 1 after 5 flushes"));
-}
-
-TEST_F(SyncManagerHooks, APushIsAskedForOnceTheChangeCanBeRead) {
-  Value seen;
-  SyncManager observed(process.machine.platform, process.defaults(),
-                       {.pushAllLocalUpdates = [&](int) { seen = process.addedRules(); },
-                        .fetchRemoteChanges = [] {}});
-  observed.ruleAdded(blockRule("a"), package);
-  EXPECT_EQ(seen, Value(Dictionary{{"a", blockFields("p")}}));
+  EXPECT_EQ(process.flushes(), 5);
 }
 
 TEST_F(SyncManagerHooks, EachIsOneTransaction) {
@@ -125,11 +118,10 @@ TEST_F(SyncManagerHooks, EachIsOneTransaction) {
   EXPECT_EQ(commits([&] { sync.packageDeleted(package); }), 1U);
 }
 
-TEST_F(SyncManagerHooks, AChangeThatCannotBeStoredIsLoggedAndAPushAskedForAllTheSame) {
+TEST_F(SyncManagerHooks, AChangeThatCannotBeStoredIsLogged) {
   process.machine.suiteAtRisk.fails = true;
   sync.ruleAdded(blockRule("a"), package);
   EXPECT_THAT(process.logged(), ElementsAre("The disk is on fire", "The disk is on fire"));
-  EXPECT_THAT(process.requests, ElementsAre("push 1 after 1 flushes"));
 }
 
 TEST_F(SyncManagerHooks, PrintNothing) {
@@ -138,25 +130,13 @@ TEST_F(SyncManagerHooks, PrintNothing) {
   EXPECT_THAT(process.printed(), IsEmpty());
 }
 
-TEST_F(SyncManagerHooks, AnUpdatePushesAndFetchesOnceTheZoneIsSaved) {
-  sync.update({});
-  EXPECT_THAT(std::exchange(process.requests, {}), ElementsAre("push 1 after 0 flushes"));
-  process.set("ZoneSaved", true);
-  sync.update({});
-  EXPECT_THAT(std::exchange(process.requests, {}), ElementsAre("push 1 after 0 flushes", "fetch"));
-  process.set("ZoneSaved", false);
-  sync.update({});
-  EXPECT_THAT(process.requests, ElementsAre("push 1 after 0 flushes"));
-}
-
 TEST_F(SyncManagerHooks, AreInTheStandardDefaultsWhenTheSuiteCannotBeOpened) {
-  TestPlatform machine;
-  machine.canOpenSuite = false;
-  SyncManager alone(machine.platform, sharedUserDefaults(machine.platform),
-                    {.pushAllLocalUpdates = [](int) {}, .fetchRemoteChanges = [] {}});
+  process.machine.canOpenSuite = false;
+  auto& standard = process.machine.standardUserDefaults;
+  SyncManager alone(process.machine.platform, sharedUserDefaults(process.machine.platform),
+                    process.dataManager, SyncManager::Cloud::none, [] {});
   alone.ruleAdded(blockRule("a"), package);
-  EXPECT_EQ(machine.standardUserDefaults.object("AddedRules"),
-            Value(Dictionary{{"a", blockFields("p")}}));
+  EXPECT_EQ(standard.object("AddedRules"), Value(Dictionary{{"a", blockFields("p")}}));
 }
 
 }  // namespace

@@ -27,7 +27,8 @@ Value must(CKResult<Value> result) {
 /// A server with a prepared database and two users, `alice` and `bob`.
 class CloudInCluster {
  public:
-  CloudInCluster() {
+  explicit CloudInCluster(PrivateCluster::Network network = PrivateCluster::Network::none)
+      : cluster(network) {
     auto admin = connect("postgres");
     must(installCloud(admin, {}));
     for (const auto* name : {"alice", "bob"}) must(addCloudUser(admin, name, std::nullopt, {}));

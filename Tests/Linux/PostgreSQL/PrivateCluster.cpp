@@ -7,6 +7,7 @@
 #include <iterator>
 #include <stdexcept>
 
+#include <arpa/inet.h>
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <libpq-fe.h>
@@ -14,8 +15,11 @@
 #include <pwd.h>
 #include <sys/file.h>
 #include <sys/prctl.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+#include "Tests/Linux/PostgreSQL/SelfSignedCertificate.h"
 
 namespace orvane::test {
 namespace {
@@ -97,7 +101,28 @@ void copyDataFolder(const std::filesystem::path& folder) {
   std::filesystem::copy(cache, folder / "data", std::filesystem::copy_options::recursive);
   // A copied folder has the mode that new folders get.
   std::filesystem::permissions(folder / "data", std::filesystem::perms::owner_all);
-  giveToServerUser(folder);
+}
+
+/// A socket at a free port of this machine that does not listen. As long as it is there the system
+/// gives the port to nobody else; but a server that asks for this very port may listen at it.
+FileDescriptor reservePort() {
+  FileDescriptor held(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  const int yes = 1;
+  ::setsockopt(held.get(), SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = ::htonl(INADDR_LOOPBACK);
+  if (::bind(held.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+    throw std::runtime_error("There is no free port");
+  }
+  return held;
+}
+
+int portOf(const FileDescriptor& held) {
+  sockaddr_in address{};
+  socklen_t size = sizeof address;
+  ::getsockname(held.get(), reinterpret_cast<sockaddr*>(&address), &size);
+  return ::ntohs(address.sin_port);
 }
 
 std::filesystem::path parentFolder() {
@@ -114,11 +139,13 @@ void waitAMoment() { ::poll(nullptr, 0, 2); }
 
 }  // namespace
 
-PrivateCluster::PrivateCluster() : folder_(parentFolder()) {
+PrivateCluster::PrivateCluster(Network network) : folder_(parentFolder()), network_(network) {
   // The server's processes come to this one when it is killed, so that their end can be awaited.
   ::prctl(PR_SET_CHILD_SUBREAPER, 1);
   giveToServerUser(folder_.path());
   copyDataFolder(folder_.path());
+  if (network_ != Network::none) prepareNetwork();
+  giveToServerUser(folder_.path());
   start();
   waitUntilReady();
 }
@@ -133,16 +160,44 @@ PrivateCluster::~PrivateCluster() {
 
 std::string PrivateCluster::connectionString(const std::string& role, const std::string& database,
                                              const std::string& more) const {
-  return fmt::format("host={} user={} dbname={} {}", folder_.path().string(), role, database, more);
+  return fmt::format("host={} port={} user={} dbname={} {}", folder_.path().string(), port_, role,
+                     database, more);
 }
 
-void PrivateCluster::start() {
-  server_ = launch({programs / "postgres", "-D", folder_ / "data", "-k", folder_.path(), "-c",
-                    "listen_addresses=", "-c", "fsync=off", "-c", "shared_buffers=16MB", "-c",
-                    "max_connections=40", "-c", "dynamic_shared_memory_type=mmap", "-c",
-                    "superuser_reserved_connections=3", "-c", "log_min_messages=fatal"},
-                   folder_ / "log");
+std::string PrivateCluster::networkAddress(const std::string& role, const std::string& more) const {
+  // With both, nobody looks the name up.
+  return fmt::format("host=localhost hostaddr=127.0.0.1 port={} user={} dbname=postgres {}", port_,
+                     role, more);
 }
+
+void PrivateCluster::prepareNetwork() {
+  reservation_ = reservePort();
+  port_ = portOf(reservation_);
+  std::ofstream(folder_ / "data" / "pg_hba.conf", std::ios::app)
+      << "host all guarded samehost scram-sha-256\nhost all all samehost trust\n";
+  if (network_ == Network::encrypted) makeSelfSignedCertificate(folder_.path(), "server");
+}
+
+std::vector<std::string> PrivateCluster::serverCommand() const {
+  std::vector<std::string> settings{"fsync=off",
+                                    "shared_buffers=16MB",
+                                    "max_connections=40",
+                                    "dynamic_shared_memory_type=mmap",
+                                    "superuser_reserved_connections=3",
+                                    "log_min_messages=fatal",
+                                    fmt::format("port={}", port_)};
+  settings.emplace_back(network_ == Network::none ? "listen_addresses="
+                                                  : "listen_addresses=127.0.0.1");
+  if (network_ == Network::encrypted) {
+    settings.insert(settings.end(), {"ssl=on", "ssl_cert_file=" + (folder_ / "server.crt").string(),
+                                     "ssl_key_file=" + (folder_ / "server.key").string()});
+  }
+  Command command{programs / "postgres", "-D", folder_ / "data", "-k", folder_.path()};
+  for (const auto& setting : settings) command.insert(command.end(), {"-c", setting});
+  return command;
+}
+
+void PrivateCluster::start() { server_ = launch(serverCommand(), folder_ / "log"); }
 
 void PrivateCluster::waitUntilReady() const {
   while (PQping(connectionString("postgres", "postgres").c_str()) != PQPING_OK) {

@@ -1,13 +1,11 @@
-#include <list>
-#include <random>
-#include <set>
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include "Linux/SQLite/SQLiteCloud.h"
-#include "Tests/Linux/SQLite/ClientProcess.h"
+#include "Tests/Linux/ClientProcess.h"
+#include "Tests/Linux/CloudClient.h"
+#include "Tests/Linux/CloudWriters.h"
 #include "Tests/Linux/SQLite/RawDatabase.h"
 #include "Tests/Support/TemporaryDirectory.h"
 
@@ -15,113 +13,42 @@ namespace orvane::test {
 namespace {
 
 using ::testing::HasSubstr;
-using ::testing::IsEmpty;
 using ::testing::StartsWith;
-
-const CKRecordZoneID zoneID{"Zone"};
 
 class CloudProcesses : public ::testing::Test {
  protected:
-  void SetUp() override { ASSERT_TRUE(cloud.saveZone(zoneID, {})); }
+  void SetUp() override { ASSERT_TRUE(cloud.saveZone(zoneOfClients, {})); }
 
-  static std::string client() { return "orvane-cloud-client"; }
   std::string integrity() { return RawDatabase(path).run("PRAGMA integrity_check"); }
-
-  std::string numberOf(const std::string& name) {
-    const auto changes = cloud.fetchChanges(zoneID, std::nullopt, 100, {});
-    for (const auto& record : changes->changed) {
-      const auto* number = record.as<std::int64_t>("number");
-      if (record.recordID().recordName == name && number != nullptr) return std::to_string(*number);
-    }
-    return "none";
-  }
-
-  /// Follows the changes in small pages while that many processes write, and after.
-  void followWriters(int count) {
-    std::list<ClientProcess> writers;
-    for (int writer = 0; writer < count; ++writer) writers.emplace_back("write", path, client());
-    const auto expected = static_cast<std::size_t>(count) * 300;
-    std::set<std::string> names;
-    std::optional<CKServerChangeToken> token;
-    std::int64_t last = 0;
-    std::size_t fetchesWhileWriting = 0;
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(100);
-    while (names.size() < expected && std::chrono::steady_clock::now() < end) {
-      const auto changes = cloud.fetchChanges(zoneID, token, 7, {});
-      ASSERT_TRUE(changes) << changes.error().localizedDescription;
-      for (const auto& record : changes->changed) {
-        const auto isNew = names.insert(record.recordID().recordName).second;
-        ASSERT_TRUE(isNew) << record.recordID().recordName << " came twice";
-        const auto tag = std::stoll(*record.recordChangeTag());
-        ASSERT_GT(tag, last) << "they come in their order";
-        last = tag;
-      }
-      ASSERT_EQ(changes->token.value,
-                std::to_string(last == 0 ? std::stoll(changes->token.value) : last))
-          << "a token leaves nothing behind it out";
-      token = changes->token;
-      fetchesWhileWriting += names.empty() ? 0 : 1;
-    }
-    for (auto& writer : writers) EXPECT_EQ(writer.exitStatus(), 0);
-    EXPECT_EQ(names.size(), expected);
-    EXPECT_GT(fetchesWhileWriting, expected / 7);
-    EXPECT_THAT(cloud.fetchChanges(zoneID, token, 7, {})->changed, IsEmpty());
-  }
 
   TemporaryDirectory folder;
   std::filesystem::path path = folder / "Cloud.sqlite";
   SQLiteCloud cloud{path};
+  CloudWriters writers{cloud, path};
 };
 
-TEST_F(CloudProcesses, nothingOfTwoWritersIsMissed) { followWriters(2); }
+TEST_F(CloudProcesses, nothingOfTwoWritersIsMissed) { writers.follow(2); }
 
-TEST_F(CloudProcesses, nothingOfEightWritersIsMissed) { followWriters(8); }
+TEST_F(CloudProcesses, nothingOfEightWritersIsMissed) { writers.follow(8); }
+
+TEST_F(CloudProcesses, twoWritersLoseNoChangeOfEachOther) { writers.addToOneNumber(2); }
+
+TEST_F(CloudProcesses, eightWritersLoseNoChangeOfEachOther) { writers.addToOneNumber(8); }
 
 TEST_F(CloudProcesses, aKilledWriterLeavesAWholeBatchOrNothingOfIt) {
-  std::mt19937 random(20261121);
-  std::int64_t acknowledged = 0;
-  int killedAtWork = 0;
-  for (int kill = 0; kill < 100; ++kill) {
-    ClientProcess writer("write-for-ever", path, client());
-    const int wanted = std::uniform_int_distribution(0, 8)(random);
-    for (int read = 0; read < wanted; ++read) {
-      ASSERT_EQ(::read(writer.output(), &acknowledged, sizeof acknowledged),
-                static_cast<ssize_t>(sizeof acknowledged));
-    }
-    const std::chrono::microseconds time(std::uniform_int_distribution(0, 3000)(random));
-    const auto end = std::chrono::steady_clock::now() + time;
-    while (std::chrono::steady_clock::now() < end) {
-    }
-    writer.kill();
-    const auto rest = writer.rest();
-    ASSERT_EQ(rest.size() % sizeof acknowledged, 0U);
-    if (!rest.empty()) {
-      rest.copy(reinterpret_cast<char*>(&acknowledged), sizeof acknowledged,
-                rest.size() - sizeof acknowledged);
-    }
-    killedAtWork += wanted > 0 ? 1 : 0;
-    if (acknowledged == 0) continue;
-    const auto number = std::stoll(numberOf("a"));
-    ASSERT_EQ(numberOf("b"), std::to_string(number)) << "after kill " << kill;
-    ASSERT_GE(number, acknowledged) << "after kill " << kill;
-    ASSERT_LE(number, acknowledged + 1) << "after kill " << kill;
-    ASSERT_EQ(integrity(), "ok") << "after kill " << kill;
-    acknowledged = number;
-  }
-  EXPECT_GT(killedAtWork, 70);
-  EXPECT_GT(acknowledged, 100);
+  writers.killAtWork(100, [&] { EXPECT_EQ(integrity(), "ok"); });
 }
 
 TEST_F(CloudProcesses, aDiskThatTakesNoMoreIsAnErrorThatChangesNothing) {
-  ClientProcess process("fill-disk", path, client());
+  ClientProcess process("fill-disk", path, cloudClient);
   const auto report = process.rest();
   EXPECT_EQ(process.exitStatus(), 0);
   const auto code = std::to_string(static_cast<int>(CKErrorCode::serviceUnavailable));
   EXPECT_THAT(report, StartsWith(code + " true\n"));
   EXPECT_THAT(report, HasSubstr("(File too large)"));
-  EXPECT_EQ(numberOf("before"), "none");
-  EXPECT_EQ(numberOf("large"), "none");
-  EXPECT_EQ(numberOf("after"), "1");
+  EXPECT_EQ(writers.numberOf("before"), std::nullopt);
+  EXPECT_EQ(writers.numberOf("large"), std::nullopt);
+  EXPECT_EQ(writers.numberOf("after"), 1);
   EXPECT_EQ(integrity(), "ok");
 }
 
@@ -132,12 +59,12 @@ TEST_F(CloudProcesses, aFileThatMayOnlyBeReadIsAnErrorThatChangesNothing) {
     ASSERT_EQ(::chmod((folder / name).c_str(), 0666), 0) << name;
   }
   ASSERT_EQ(::chmod(folder.path().c_str(), 0777), 0);
-  ClientProcess process("write-without-permission", path, client());
+  ClientProcess process("write-without-permission", path, cloudClient);
   const auto code = std::to_string(static_cast<int>(CKErrorCode::serviceUnavailable));
   EXPECT_EQ(process.rest(), code + " true\nCannot write '" + path.string() +
                                 "': attempt to write a readonly database");
   EXPECT_EQ(process.exitStatus(), 0);
-  EXPECT_EQ(numberOf("a"), "none");
+  EXPECT_EQ(writers.numberOf("a"), std::nullopt);
 }
 
 TEST_F(CloudProcesses, aFileOfAnotherUserMayNotBeUsed) {
@@ -145,7 +72,7 @@ TEST_F(CloudProcesses, aFileOfAnotherUserMayNotBeUsed) {
   if (::geteuid() != 0) {
     ASSERT_EQ(::chmod((folder / "Cloud.doorbell").c_str(), 0), 0);
   }
-  ClientProcess process("write-without-permission", path, client());
+  ClientProcess process("write-without-permission", path, cloudClient);
   const auto code = std::to_string(static_cast<int>(CKErrorCode::permissionFailure));
   EXPECT_THAT(process.rest(), StartsWith(code + " false\n"));
   EXPECT_EQ(process.exitStatus(), 0);

@@ -7,7 +7,7 @@
 #include <sys/stat.h>
 
 #include "Linux/SQLite/SQLiteKeyValueDatabase.h"
-#include "Tests/Linux/SQLite/ClientProcess.h"
+#include "Tests/Linux/ClientProcess.h"
 #include "Tests/Linux/SQLite/KeyValueExchange.h"
 #include "Tests/Linux/SQLite/RawDatabase.h"
 #include "Tests/Support/TemporaryDirectory.h"

@@ -17,8 +17,8 @@ namespace orvane::test {
 /// A running program, killed at the end unless it has ended.
 class ClientProcess {
  public:
-  /// Starts the client with a command and the database's path, its standard output a pipe.
-  ClientProcess(const std::string& command, const std::string& path,
+  /// Starts the client with a command and the database's address, its standard output a pipe.
+  ClientProcess(const std::string& command, const std::string& address,
                 const std::string& name = "orvane-key-value-client") {
     const std::string program = ORVANE_PROGRAMS "/" + name;
     std::array<int, 2> ends{};
@@ -29,7 +29,7 @@ class ClientProcess {
     if (child_ < 0) std::abort();
     if (child_ == 0) {
       ::dup2(writing.get(), STDOUT_FILENO);
-      ::execl(program.c_str(), program.c_str(), command.c_str(), path.c_str(), nullptr);
+      ::execl(program.c_str(), program.c_str(), command.c_str(), address.c_str(), nullptr);
       ::_exit(127);
     }
   }
@@ -42,6 +42,12 @@ class ClientProcess {
   void kill() {
     if (child_ > 0) ::kill(child_, SIGKILL);
     static_cast<void>(exitStatus());
+  }
+
+  /// Whether it has ended. Does not wait.
+  bool hasEnded() {
+    if (child_ > 0 && ::waitpid(child_, &status_, WNOHANG) == child_) child_ = -1;
+    return child_ < 0;
   }
 
   /// Waits for the end: -1 when a signal was the end.

@@ -1,0 +1,210 @@
+#include <cmath>
+#include <cstdint>
+#include <iterator>
+#include <utility>
+
+#include <fmt/format.h>
+
+#include "BlockerKit/SyncManager/CloudOperations.h"
+#include "BlockerKit/SyncManager/ErrorReaction.h"
+#include "BlockerKit/SyncManager/SyncManager.h"
+#include "Platform/Foundation/FatalError.h"
+
+namespace orvane {
+namespace {
+
+using Transaction = KeyValueDatabase::Transaction;
+
+constexpr double nanosecondsPerSecond = 1e9;
+
+std::vector<std::string> namesOf(const std::vector<CKRecordID>& recordIDs) {
+  std::vector<std::string> names;
+  names.reserve(recordIDs.size());
+  for (const auto& recordID : recordIDs) names.push_back(recordID.recordName);
+  return names;
+}
+
+/// What the error is about when it names no single item.
+std::optional<CKRecordID> firstRecordID(const CKModifyRecordsOperation& operation) {
+  if (!operation.recordsToSave().empty()) return operation.recordsToSave().front().recordID();
+  if (!operation.recordIDsToDelete().empty()) return operation.recordIDsToDelete().front();
+  return std::nullopt;
+}
+
+/// Whole nanoseconds.
+Executor::Duration delayOf(double seconds) {
+  const double nanoseconds = std::trunc(seconds * nanosecondsPerSecond);
+  constexpr double end = 9223372036854775808.0;  // 2^63
+  if (!(nanoseconds >= -end && nanoseconds < end)) {
+    fatalError("The delay of a retry is out of range", "BlockerKit/SyncManager");
+  }
+  return Executor::Duration(static_cast<std::int64_t>(nanoseconds));
+}
+
+}  // namespace
+
+void SyncManager::pushAllLocalUpdates(std::size_t split) {
+  onSyncQueue([this, split] { push(split); });
+}
+
+void SyncManager::push(std::size_t split) {
+  ++pushCount_;
+  Operations operations;
+  if (!hasSubscription()) operations.push_back(subscribeToChanges());
+  std::ranges::move(pushLocalChangesOperations(split), std::back_inserter(operations));
+  if (!defaults_.boolForKey(zoneSavedKey)) {
+    auto savingZone = saveZone();
+    for (const auto& operation : operations) operation->addDependency(savingZone);
+    operations.push_back(std::move(savingZone));
+  }
+  if (!lastAccountStatus_) {
+    updateAccountStatus([this, operations](bool /*isAvailable*/) { schedule(operations); });
+  } else if (lastAccountStatus_ == CKAccountStatus::available) {
+    pendingOnAccountUnavailable_ = false;
+    schedule(operations);
+  } else {
+    print(fmt::format("Account status: {}", description(*lastAccountStatus_)));
+    pendingOnAccountUnavailable_ = true;
+  }
+}
+
+bool SyncManager::hasSubscription() {
+  const auto value = defaults_.object(zoneSubscriptionIDKey);
+  return value && value->as<std::string>() != nullptr;
+}
+
+/// A new push takes the place of all that waits or runs.
+void SyncManager::schedule(const Operations& operations) {
+  if (isEnding_) return;
+  queue_->cancelAllOperations();
+  for (const auto& operation : operations) queue_->addOperation(operation);
+}
+
+SyncManager::Operations SyncManager::pushLocalChangesOperations(std::size_t split) {
+  const auto [records, recordIDs] = localChanges_.all(zone_.zoneID);
+  if (records.empty() && recordIDs.empty()) {
+    print("No local record changes to push");
+    return {};
+  }
+  print(fmt::format("Records to add/modify {}", records.size()));
+  print(fmt::format("Records to delete {}", recordIDs.size()));
+  print(fmt::format("Splitting data into {} operations", split));
+  Operations operations;
+  for (const auto& operation :
+       modifyRecordsOperations(container_->privateCloudDatabase(), records, recordIDs, split)) {
+    const auto* pushed = operation.get();  // it lives as long as its block
+    operation->setModifyRecordsCompletionBlock(
+        [this, pushed, split](const std::vector<CKRecord>& saved,
+                              const std::vector<CKRecordID>& deleted,
+                              const std::optional<CKError>& error) {
+          if (!error) return localChangesPushed(saved, deleted);
+          auto [recordID, deciding] = decidingError(*error);
+          pushFailed(recordID ? recordID : firstRecordID(*pushed), deciding, split);
+        });
+    operations.push_back(operation);
+  }
+  return operations;
+}
+
+/// An edit that was made under the name of a record while that was sent waits for the next push.
+void SyncManager::localChangesPushed(const std::vector<CKRecord>& saved,
+                                     const std::vector<CKRecordID>& deleted) {
+  print("Local changes pushed successfully!");
+  const auto deletedNames = namesOf(deleted);
+  // After a failure, which is on the system log, all of it is sent once more.
+  (void)defaults_.transact([&](Transaction& transaction) {
+    LocalChangesEdit edit(transaction, platform_.systemLog);
+    edit.unmarkDeleted(deletedNames, RecordKind::package);
+    edit.unmarkDeleted(deletedNames, RecordKind::rule);
+    for (const auto& record : saved) {
+      transaction.setEntry(RecordMetadata::key, record.recordID().recordName,
+                           metadata_.getMetadata(record));
+      edit.removeSent(record);
+    }
+    // One that is made again under the same name is a new record.
+    for (const auto& name : deletedNames) {
+      transaction.setEntry(RecordMetadata::key, name, std::nullopt);
+    }
+  });
+  defaults_.synchronize();
+  tell(SyncPushEvent{});
+}
+
+/// Those that are part of the way to the end are none.
+void SyncManager::tellFailure(PushReaction reaction, const CKError& error) const {
+  switch (reaction) {
+    case PushReaction::mergeConflict:
+    case PushReaction::saveZoneAgain:
+    case PushReaction::splitFurther:
+      return;
+    case PushReaction::nothing:
+      if (error.code == CKErrorCode::operationCancelled) return;
+      break;
+    case PushReaction::retryLater:
+    case PushReaction::cancelAll:
+    case PushReaction::forgetRecord:
+      break;
+  }
+  tell(SyncFailureEvent{error.localizedDescription});
+}
+
+void SyncManager::pushFailed(const std::optional<CKRecordID>& recordID, const CKError& error,
+                             std::size_t split) {
+  const std::string name = recordID ? recordID->recordName : std::string();
+  print(fmt::format("{} {}", name, error.localizedDescription));
+  const auto reaction = reactionToPushError(error.code);
+  tellFailure(reaction, error);
+  switch (reaction) {
+    case PushReaction::retryLater:
+      repushAfter(error);
+      break;
+    case PushReaction::cancelAll:
+      queue_->cancelAllOperations();
+      break;
+    case PushReaction::forgetRecord:
+      forget(name);
+      push(1);
+      break;
+    case PushReaction::mergeConflict:
+      // There is nothing to merge with when the cloud does not say what it has.
+      if (!error.serverRecord || !error.clientRecord || !error.ancestorRecord) break;
+      mergeConflict(*error.serverRecord, *error.clientRecord, *error.ancestorRecord);
+      push(1);
+      break;
+    case PushReaction::saveZoneAgain:
+      saveZoneAgain();
+      break;
+    case PushReaction::splitFurther:
+      push(split * 2);
+      break;
+    case PushReaction::nothing:
+      break;
+  }
+}
+
+void SyncManager::forget(const std::string& recordName) {
+  (void)localChanges_.change([&](LocalChangesEdit& edit) { edit.forget({recordName}); });
+}
+
+void SyncManager::repushAfter(const CKError& error) {
+  repushLocalChangesAfter(error.retryAfter.value_or(lastRequestDelay_));
+}
+
+/// A push in the meantime takes the place of this one. Without that, each of the requests that fail
+/// while the server is away would lead to as many again.
+void SyncManager::repushLocalChangesAfter(double seconds) {
+  const auto delay = delayOf(seconds);
+  const auto deadline = platform_.mainQueue.now() + delay;
+  print(fmt::format("Retrying data push in DispatchTime(rawValue: {}) secs ..",
+                    deadline.time_since_epoch().count()));
+  platform_.mainQueue.postAfter(delay,
+                                [this, lifetime = std::weak_ptr(lifetime_), replaced = pushCount_] {
+                                  if (lifetime.expired()) return;
+                                  onSyncQueue([this, replaced] {
+                                    if (pushCount_ == replaced) push(1);
+                                  });
+                                });
+  lastRequestDelay_ *= lastRequestDelay_;
+}
+
+}  // namespace orvane
