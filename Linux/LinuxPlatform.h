@@ -13,6 +13,7 @@
 #include "Linux/SQLite/SQLiteKeyValueDatabase.h"
 #include "Linux/WebKitGTK/ContentBlockerManager.h"
 #include "Platform/CloudKit/CloudBackend.h"
+#include "Platform/CloudKit/KeyValueExchange.h"
 #include "Platform/Foundation/InMemoryKeyValueDatabase.h"
 #include "Platform/Foundation/ThreadExecutor.h"
 #include "Platform/Platform.h"
@@ -38,9 +39,11 @@ class LinuxPlatform {
   const Expected<CloudAccount>& cloudAccount() const { return cloudAccount_; }
   /// The file of the cloud of this machine alone.
   const std::filesystem::path& cloudFile() const { return cloudFile_; }
-  /// A connection of its own to the table behind the cloud key-value store, for its exchange with
-  /// the cloud. It outlives the cloud queue.
-  KeyValueDatabase& exchangeTable() { return exchangeTable_; }
+  /// The table behind the cloud key-value store, for its exchange with the cloud. It outlives the
+  /// cloud queue.
+  KeyValueExchange::Table exchangeTable() {
+    return {.own = ubiquitousDatabase_, .foreign = exchangeTable_};
+  }
   /// See `SingleInstance`; it is held by the process that may write the browser's list.
   std::filesystem::path companionLock() const { return container_ / "Companion.lock"; }
 

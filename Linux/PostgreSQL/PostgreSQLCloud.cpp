@@ -60,8 +60,10 @@ PostgreSQLCloud::PostgreSQLCloud(std::string connectionString, std::string devic
       device_(std::move(device)),
       options_(options) {}
 
+bool PostgreSQLCloud::isConnected() { return connection_ && connection_->isOpen(); }
+
 CKResult<void> PostgreSQLCloud::connect(const CloudCall& call) {
-  if (connection_ && connection_->isOpen()) return {};
+  if (isConnected()) return {};
   connection_.reset();
   auto opened = PostgreSQLConnection::open(connectionString_, options_.timeouts, failures_, call);
   if (!opened) {
@@ -89,8 +91,10 @@ CKResult<PostgreSQLCloud::Results> PostgreSQLCloud::change(const Statements& sta
 }
 
 CKResult<CKAccountStatus> PostgreSQLCloud::accountStatus(const CloudCall& call) {
+  const bool wasConnected = isConnected();
   auto known = connect(call);
-  if (known) {
+  // A new connection has just been asked.
+  if (known && wasConnected) {
     const auto channel = accountChannel(*connection_, call);
     if (!channel) known = tl::unexpected(channel.error());
   }
@@ -199,12 +203,8 @@ CKResult<CloudKeyValues> PostgreSQLCloud::exchangeKeyValues(
     const CloudCall& call) {
   const auto statements = exchangeStatements(changes, token);
   if (!statements) return tl::unexpected(statements.error());
-  auto results = changes.empty() ? read(*statements, call) : change(*statements, call);
-  if (!results) {
-    auto error = std::move(results).error();
-    if (error.code == CKErrorCode::invalidArguments) error.code = CKErrorCode::quotaExceeded;
-    return tl::unexpected(std::move(error));
-  }
+  const auto results = changes.empty() ? read(*statements, call) : change(*statements, call);
+  if (!results) return tl::unexpected(results.error());
   return exchangedKeyValues(results->back());
 }
 

@@ -51,6 +51,7 @@ class PostgreSQLCloud final : public CloudBackend {
   using Results = PostgreSQLConnection::Results;
   using Statements = PostgreSQLConnection::Statements;
 
+  bool isConnected();
   CKResult<void> connect(const CloudCall& call);
   CKResult<Results> read(const Statements& statements, const CloudCall& call);
   CKResult<Results> change(const Statements& statements, const CloudCall& call);

@@ -8,6 +8,7 @@
 #include <poll.h>
 
 #include "Linux/PostgreSQL/PostgreSQLFailure.h"
+#include "Linux/PostgreSQL/PostgreSQLOptions.h"
 
 namespace orvane {
 namespace {
@@ -17,11 +18,6 @@ using std::chrono::milliseconds;
 
 /// How often whoever waits is asked whether it still does.
 constexpr milliseconds slice(50);
-
-struct FreeOptions {
-  void operator()(PQconninfoOption* options) const { PQconninfoFree(options); }
-};
-using ParsedOptions = std::unique_ptr<PQconninfoOption, FreeOptions>;
 
 /// The settings of the session that the statements rely on.
 ///
@@ -38,33 +34,29 @@ std::string sessionOptions(const PostgreSQLTimeouts& timeouts) {
       timeouts.lock.count());
 }
 
-/// What the connection string sets `options` to.
-std::string givenOptions(PQconninfoOption* options) {
-  for (auto* option = options; option->keyword != nullptr; ++option) {
-    if (std::string_view(option->keyword) == "options" && option->val != nullptr) {
-      return option->val;
-    }
-  }
-  return "";
-}
+/// What nobody has set otherwise.
+constexpr auto defaults = std::to_array<std::pair<const char*, const char*>>({
+    {"sslmode", "require"},
+    {"keepalives_idle", "30"},
+    {"keepalives_interval", "10"},
+    {"keepalives_count", "3"},
+    {"tcp_user_timeout", "30000"},
+});
 
-PGconn* start(const std::string& connectionString, const std::string& options) {
-  constexpr std::size_t count = 11;
-  // The connection string goes over what stands before it, and what stands behind goes over it.
-  const std::array<const char*, count> keywords{"sslmode",
-                                                "keepalives_idle",
-                                                "keepalives_interval",
-                                                "keepalives_count",
-                                                "tcp_user_timeout",
-                                                "dbname",
-                                                "fallback_application_name",
-                                                "client_encoding",
-                                                "options",
-                                                nullptr,
-                                                nullptr};
-  const std::array<const char*, count> values{
-      "require",       "30",    "10",   "3", "30000", connectionString.c_str(), "orvane", "UTF8",
-      options.c_str(), nullptr, nullptr};
+PGconn* start(const std::string& connectionString, const PostgreSQLOptions& options,
+              const PostgreSQLTimeouts& timeouts) {
+  const auto session = options.value("options") + ' ' + sessionOptions(timeouts);
+  // What stands behind the connection string goes over it.
+  std::vector<const char*> keywords{"dbname", "fallback_application_name", "client_encoding",
+                                    "options"};
+  std::vector<const char*> values{connectionString.c_str(), "orvane", "UTF8", session.c_str()};
+  for (const auto& [keyword, value] : defaults) {
+    if (!options.value(keyword).empty()) continue;
+    keywords.push_back(keyword);
+    values.push_back(value);
+  }
+  keywords.push_back(nullptr);
+  values.push_back(nullptr);
   return PQconnectStartParams(keywords.data(), values.data(), 1);
 }
 
@@ -101,22 +93,17 @@ CKResult<PostgreSQLConnection> PostgreSQLConnection::open(const std::string& con
                                                           const PostgreSQLTimeouts& timeouts,
                                                           int earlierFailures,
                                                           const CloudCall& call) {
-  char* message = nullptr;
-  const ParsedOptions parsed(PQconninfoParse(connectionString.c_str(), &message));
-  if (!parsed) {
-    const std::string reason = message == nullptr ? "out of memory" : message;
-    PQfreemem(message);
-    return tl::unexpected(cloudError({CKErrorCode::badContainer}, reason));
-  }
-  const auto options = givenOptions(parsed.get()) + ' ' + sessionOptions(timeouts);
-  PostgreSQLConnection connection(start(connectionString, options), timeouts);
-  if (auto result = connection.finishConnecting(earlierFailures, call); !result) {
+  const auto options = PostgreSQLOptions::read(connectionString);
+  if (!options) return tl::unexpected(options.error());
+  PostgreSQLConnection connection(start(connectionString, *options, timeouts), timeouts);
+  if (auto result = connection.finishConnecting(*options, earlierFailures, call); !result) {
     return tl::unexpected(std::move(result).error());
   }
   return connection;
 }
 
-CKResult<void> PostgreSQLConnection::finishConnecting(int earlierFailures, const CloudCall& call) {
+CKResult<void> PostgreSQLConnection::finishConnecting(const PostgreSQLOptions& options,
+                                                      int earlierFailures, const CloudCall& call) {
   auto* handle = handle_.get();
   if (handle == nullptr || PQstatus(handle) == CONNECTION_BAD) {
     return tl::unexpected(connectingFailed(earlierFailures));
@@ -124,14 +111,21 @@ CKResult<void> PostgreSQLConnection::finishConnecting(int earlierFailures, const
   PQsetErrorVerbosity(handle, PQERRORS_VERBOSE);
   PQsetNoticeReceiver(handle, ignoreNotice, nullptr);
   const Wait wait(timeouts_.connecting, call);
-  for (auto state = PGRES_POLLING_WRITING; state != PGRES_POLLING_OK;
-       state = PQconnectPoll(handle)) {
-    if (state == PGRES_POLLING_FAILED) return tl::unexpected(connectingFailed(earlierFailures));
+  auto state = PGRES_POLLING_WRITING;
+  while (state != PGRES_POLLING_OK) {
     const short events = state == PGRES_POLLING_READING ? POLLIN : POLLOUT;
     if (auto ready = wait.until(PQsocket(handle), events); !ready) {
       if (ready.error().code == CKErrorCode::operationCancelled) return ready;
       return tl::unexpected(unreachable(earlierFailures + 1, ready.error().localizedDescription));
     }
+    const bool isEncrypting = PQstatus(handle) == CONNECTION_SSL_STARTUP;
+    state = PQconnectPoll(handle);
+    if (state != PGRES_POLLING_FAILED) continue;
+    const auto missing = isEncrypting ? options.missingRootCertificate() : "";
+    if (missing.empty()) return tl::unexpected(connectingFailed(earlierFailures));
+    return tl::unexpected(cloudError(
+        {CKErrorCode::badContainer},
+        fmt::format("The root certificate to know the server by, '{}', is missing.", missing)));
   }
   PQsetErrorVerbosity(handle, PQERRORS_DEFAULT);
   if (PQsetnonblocking(handle, 1) != 0 || PQenterPipelineMode(handle) != 1) {

@@ -9,6 +9,7 @@
 
 #include <libpq-fe.h>
 
+#include "Linux/PostgreSQL/PostgreSQLOptions.h"
 #include "Linux/PostgreSQL/PostgreSQLStatement.h"
 #include "Platform/CloudKit/CKError.h"
 #include "Platform/CloudKit/CloudBackend.h"
@@ -27,15 +28,17 @@ struct PostgreSQLTimeouts {
   Duration lock = std::chrono::seconds(10);
 };
 
-/// A connection to a server, encrypted unless the connection string itself says otherwise
-/// (`sslmode`) or the server is on this machine, behind a socket file. Passwords come from where
-/// libpq takes them. One thread at a time.
+/// A connection to a server, encrypted unless the connection string, its service or the environment
+/// says otherwise (`sslmode`) or the server is on this machine, behind a socket file. A service
+/// cannot say `prefer`, see `PostgreSQLOptions`. Passwords come from where libpq takes them. One
+/// thread at a time.
 ///
 /// Every wait ends when the call is cancelled or its time is over. The connection is closed then,
 /// since a server that hangs would not listen to anything else, and so it is when it breaks.
 class PostgreSQLConnection {
  public:
-  /// A connection string or URI of libpq. `earlierFailures` counts the attempts before this one
+  /// A connection string or URI of libpq; `badContainer` when it is none, or names a service or a
+  /// root certificate that is not there. `earlierFailures` counts the attempts before this one
   /// that came to nothing, for the pause until the next.
   static CKResult<PostgreSQLConnection> open(const std::string& connectionString,
                                              const PostgreSQLTimeouts& timeouts,
@@ -72,7 +75,8 @@ class PostgreSQLConnection {
   PostgreSQLConnection(PGconn* handle, const PostgreSQLTimeouts& timeouts)
       : handle_(handle), timeouts_(timeouts) {}
 
-  CKResult<void> finishConnecting(int earlierFailures, const CloudCall& call);
+  CKResult<void> finishConnecting(const PostgreSQLOptions& options, int earlierFailures,
+                                  const CloudCall& call);
   CKError connectingFailed(int earlierFailures) const;
   bool send(const Statements& statements);
   CKResult<PostgreSQLResult> nextResult(const Wait& wait);

@@ -49,7 +49,7 @@ constexpr auto table = std::to_array<Row>({
     {"40", busy},
     {"21000", invalid},
     {"22", invalid},
-    {"23514", invalid},
+    {"23514", {CKErrorCode::quotaExceeded}},  // the only checks are those of the quota
     {"54", invalid},
     {"23503", {CKErrorCode::zoneNotFound}},
 });

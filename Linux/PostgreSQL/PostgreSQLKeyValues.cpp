@@ -34,11 +34,14 @@ WHERE owner = current_user)sql";
 /// The account, once for each change, or alone. A token counts if it was given before the changes
 /// that have just been made, of which there are $4.
 constexpr const char* fetch = R"sql(
-SELECT accounts.epoch, accounts.seq, changed.key, changed.value
-FROM orvane.accounts LEFT JOIN orvane.key_values AS changed
+SELECT accounts.epoch, accounts.seq, token.counts, changed.key, changed.value
+FROM orvane.accounts
+CROSS JOIN LATERAL (
+  SELECT $2 = accounts.epoch AND $3 BETWEEN 0 AND accounts.seq - $4
+) AS token (counts)
+LEFT JOIN orvane.key_values AS changed
   ON changed.owner = accounts.owner AND NOT changed.key = ANY ($1::text[])
-  AND CASE WHEN $2 = accounts.epoch AND $3 BETWEEN 0 AND accounts.seq - $4
-           THEN changed.seq > $3 ELSE changed.value IS NOT NULL END
+  AND CASE WHEN token.counts THEN changed.seq > $3 ELSE changed.value IS NOT NULL END
 WHERE accounts.owner = current_user)sql";
 
 }  // namespace
@@ -82,11 +85,12 @@ CKResult<CloudKeyValues> exchangedKeyValues(const PostgreSQLResult& result) {
   CloudKeyValues keyValues;
   keyValues.token.value =
       PostgreSQLChangeMark{result.integer(0, 1), std::string(result.text(0, 0))}.text();
-  const int found = result.isNull(0, 2) ? 0 : result.rows();
+  keyValues.isAll = !result.boolean(0, 2);
+  const int found = result.isNull(0, 3) ? 0 : result.rows();
   for (int row = 0; row < found; ++row) {
-    auto& value = keyValues.changes[std::string(result.text(row, 2))];
-    if (result.isNull(row, 3)) continue;
-    auto read = propertyListFromJSON(result.text(row, 3));
+    auto& value = keyValues.changes[std::string(result.text(row, 3))];
+    if (result.isNull(row, 4)) continue;
+    auto read = propertyListFromJSON(result.text(row, 4));
     if (!read) {
       return tl::unexpected(cloudError({CKErrorCode::internalError},
                                        fmt::format("The cloud has a value that cannot be read: {}",

@@ -11,6 +11,9 @@ namespace {
 
 constexpr int schemaVersion = 1;
 
+/// The server cuts the name of a role short, and not the name of an owner.
+constexpr std::size_t longestName = 63;
+
 /// Two who prepare the same database at once do it one after the other.
 constexpr const char* lockPreparation = "SELECT pg_advisory_xact_lock(1332903521)";
 
@@ -149,6 +152,12 @@ CKResult<void> installCloud(PostgreSQLConnection& connection, const CloudCall& c
 
 CKResult<void> addCloudUser(PostgreSQLConnection& connection, const std::string& name,
                             const std::optional<std::string>& password, const CloudCall& call) {
+  if (name.empty() || name.size() > longestName) {
+    return tl::unexpected(cloudError(
+        {CKErrorCode::invalidArguments},
+        fmt::format("The name of a user of the server has at least 1 and at most {} bytes.",
+                    longestName)));
+  }
   const auto role = connection.quoted(name);
   PostgreSQLConnection::Statements statements{makeRole(role),
                                               {fmt::format("GRANT orvane_user TO {}", role), {}}};

@@ -29,7 +29,8 @@ namespace orvane {
 CKResult<void> installCloud(PostgreSQLConnection& connection, const CloudCall& call);
 
 /// Gives a role an account, and makes the role when it is missing. A password is set when there is
-/// one; without, it depends on the server's own settings how the user is known.
+/// one; without, it depends on the server's own settings how the user is known. A name that the
+/// server cannot keep whole is `invalidArguments`.
 CKResult<void> addCloudUser(PostgreSQLConnection& connection, const std::string& name,
                             const std::optional<std::string>& password, const CloudCall& call);
 

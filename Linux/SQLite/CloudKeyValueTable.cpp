@@ -75,8 +75,8 @@ CKResult<CloudKeyValues> CloudKeyValueTable::changes(
     const std::optional<CKServerChangeToken>& token, const CloudKeyValueChanges& except) {
   const auto now = history();
   if (!now) return tl::unexpected(now.error());
-  CloudKeyValues result{.changes = {}, .token = now->tokenAt(now->last)};
   const auto got = now->changeAt(token);
+  CloudKeyValues result{.changes = {}, .token = now->tokenAt(now->last), .isAll = !got.has_value()};
   SQLiteRun run(changes_, got.value_or(now->first), std::int64_t{got.has_value()});
   while (run.next()) {
     std::string key(run.text(0));

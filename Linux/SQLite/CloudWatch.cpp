@@ -7,6 +7,7 @@
 #include <sys/eventfd.h>
 #include <sys/inotify.h>
 
+#include "Linux/SQLite/CloudFailure.h"
 #include "Linux/SQLite/CloudFile.h"
 #include "Linux/SQLite/SQLiteStatement.h"
 
@@ -23,17 +24,21 @@ void empty(const FileDescriptor& inotify) {
   }
 }
 
+bool isBusy(const NSError& error) { return cloudError(error).code == CKErrorCode::zoneBusy; }
+
 }  // namespace
 
 CloudWatch::CloudWatch(std::filesystem::path path, std::function<void(const CloudEvent&)> told)
     : path_(std::move(path)),
       told_(std::move(told)),
       end_(::eventfd(0, EFD_CLOEXEC)),
-      inotify_(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC)),
-      // What happens from now on is told, so this look cannot be left to the thread.
-      seen_(look()),
-      couldRead_(seen_.has_value()),
-      thread_([this] { run(); }) {}
+      inotify_(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {
+  // What happens from now on is told, so this look cannot be left to the thread.
+  auto state = look();
+  couldRead_ = state || isBusy(state.error());
+  if (state) seen_ = *std::move(state);
+  thread_ = std::thread([this] { run(); });
+}
 
 CloudWatch::~CloudWatch() {
   constexpr std::uint64_t one = 1;
@@ -44,6 +49,7 @@ CloudWatch::~CloudWatch() {
 void CloudWatch::run() {
   while (waitForBell()) {
     const auto state = look();
+    if (!state && isBusy(state.error())) continue;
     const bool isAccessible = state.has_value();
     if (isAccessible && !couldRead_) told_({CloudEvent::Kind::accountChanged, ""});
     couldRead_ = isAccessible;
@@ -65,8 +71,8 @@ void CloudWatch::watchDoorbell() const {
 }
 
 /// What is committed behind this look rings behind it.
-std::optional<CloudWatch::State> CloudWatch::look() {
-  if (!open()) return std::nullopt;
+Expected<CloudWatch::State> CloudWatch::look() {
+  if (const auto opened = open(); !opened) return tl::unexpected(opened.error());
   watchDoorbell();
   empty(inotify_);
   auto state = read();
@@ -74,20 +80,20 @@ std::optional<CloudWatch::State> CloudWatch::look() {
   return state;
 }
 
-bool CloudWatch::open() {
-  if (connection_ && connection_->isInPlace()) return true;
+Expected<void> CloudWatch::open() {
+  if (connection_ && connection_->isInPlace()) return {};
   connection_.reset();
   auto opened = openCloudFile(path_, busyTimeout);
-  if (!opened) return false;
+  if (!opened) return tl::unexpected(opened.error());
   connection_.emplace(*std::move(opened));
-  return true;
+  return {};
 }
 
-std::optional<CloudWatch::State> CloudWatch::read() const {
+Expected<CloudWatch::State> CloudWatch::read() const {
   State state;
   const SQLiteStatement keyValues(connection_->handle(), "SELECT last FROM key_value_store");
   SQLiteRun store(keyValues);
-  if (!store.next()) return std::nullopt;
+  if (!store.next()) return tl::unexpected(connection_->error("read"));
   state.keyValues = store.integer(0);
   // While the first run lasts, this is of the same moment.
   const SQLiteStatement zones(connection_->handle(),
@@ -98,7 +104,7 @@ std::optional<CloudWatch::State> CloudWatch::read() const {
     state.zones[{std::string(run.text(0)), std::string(run.text(1))}] = {.first = run.integer(2),
                                                                          .last = run.integer(3)};
   }
-  if (run.failed()) return std::nullopt;
+  if (run.failed()) return tl::unexpected(connection_->error("read"));
   return state;
 }
 

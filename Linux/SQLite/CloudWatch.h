@@ -18,7 +18,7 @@ namespace orvane {
 /// when the doorbell is rung, and when one of the looks that it takes twice a second finds a
 /// change, for a writer may die between its commit and the bell. It has a connection of its own,
 /// which it opens again when that is needed; `accountChanged` is told when the file can be read
-/// again.
+/// again. A look at a busy file tells nothing, and the next one what it has missed.
 class CloudWatch {
  public:
   CloudWatch(std::filesystem::path path, std::function<void(const CloudEvent&)> told);
@@ -39,9 +39,9 @@ class CloudWatch {
   bool waitForBell() const;
   void watchDoorbell() const;
 
-  std::optional<State> look();
-  bool open();
-  std::optional<State> read() const;
+  Expected<State> look();
+  Expected<void> open();
+  Expected<State> read() const;
   void tellOf(const State& state);
 
   std::filesystem::path path_;
@@ -51,7 +51,7 @@ class CloudWatch {
   // Used by the thread alone once it runs.
   std::optional<SQLiteConnection> connection_;
   std::optional<State> seen_;
-  bool couldRead_;
+  bool couldRead_ = false;
   std::thread thread_;
 };
 

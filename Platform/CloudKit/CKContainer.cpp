@@ -1,5 +1,7 @@
 #include "Platform/CloudKit/CKContainer.h"
 
+#include <utility>
+
 namespace orvane {
 
 void CKContainer::accountStatus(

@@ -2,20 +2,19 @@
 
 #include <functional>
 #include <optional>
-#include <string>
-#include <utility>
+#include <string_view>
 
 #include "Platform/CloudKit/CKDatabase.h"
 
 namespace orvane {
 
-/// A program's place in the cloud: the user's private database and the public one. Any thread.
+/// A program's place in the cloud: the user's private database and the public one. Whatever its
+/// identifier, it is in the cloud that the connection leads to. Any thread.
 class CKContainer {
  public:
-  CKContainer(std::string identifier, const CKDatabase::Connection& connection)
-      : identifier_(std::move(identifier)), database_(connection) {}
+  CKContainer(std::string_view /*identifier*/, const CKDatabase::Connection& connection)
+      : database_(connection) {}
 
-  const std::string& containerIdentifier() const { return identifier_; }
   const CKDatabase& privateCloudDatabase() const { return database_; }
   const CKDatabase& publicCloudDatabase() const { return database_; }
 
@@ -25,7 +24,6 @@ class CKContainer {
       std::function<void(CKAccountStatus, const std::optional<CKError>&)> completion) const;
 
  private:
-  std::string identifier_;
   CKDatabase database_;
 };
 

@@ -62,6 +62,8 @@ struct CloudKeyValues {
   CloudKeyValueChanges changes;
   /// Behind these changes.
   CKServerChangeToken token;
+  /// There was no token that counts: these are all the keys that there are.
+  bool isAll = false;
 };
 
 struct CloudEvent {
@@ -122,7 +124,8 @@ class CloudBackend {
                                               std::size_t limit, const CloudCall& call) = 0;
 
   /// Makes the changes, and gives what others have changed behind the token, but for the keys of
-  /// `changes`; without a token, all there is. Of several who change a key the last one wins.
+  /// `changes`; without a token, all there is. A token that this store has not given counts as
+  /// none. Of several who change a key the last one wins.
   /// `quotaExceeded` when there would be more than 1,024 keys or more than 1 MB.
   virtual CKResult<CloudKeyValues> exchangeKeyValues(
       const CloudKeyValueChanges& changes, const std::optional<CKServerChangeToken>& token,

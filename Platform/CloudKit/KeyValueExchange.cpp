@@ -2,21 +2,24 @@
 
 #include <algorithm>
 #include <chrono>
+#include <string_view>
 #include <utility>
 
 namespace orvane {
 namespace {
 
-using Value = std::optional<PropertyListValue>;
 using Dictionary = PropertyListValue::Dictionary;
+using Transaction = KeyValueDatabase::Transaction;
+using Value = std::optional<PropertyListValue>;
 
 constexpr const char* tokenName = "token";
 /// What the state has for a key of the table.
-constexpr const char* prefix = "key ";
+constexpr std::string_view prefix = "key ";
 
 struct LocalState {
-  /// What differs from what both had last.
-  CloudKeyValueChanges changes;
+  Dictionary table;
+  /// What both had last.
+  Dictionary agreed;
   std::optional<CKServerChangeToken> token;
 };
 
@@ -26,86 +29,128 @@ CKError tableError(const NSError& error) {
   return result;
 }
 
-LocalState stateOf(KeyValueDatabase::Transaction& table) {
+Value valueIn(const Dictionary& values, const std::string& key) {
+  const auto found = values.find(key);
+  return found == values.end() ? std::nullopt : Value(found->second);
+}
+
+LocalState stateOf(Transaction& table) {
   LocalState state;
-  const auto kept = table.value(KeyValueExchange::stateKey);
-  const auto* agreed = kept ? kept->as<Dictionary>() : nullptr;
-  if (const auto token = table.entry(KeyValueExchange::stateKey, tokenName)) {
-    if (const auto* text = token->as<std::string>()) state.token = CKServerChangeToken{*text};
-  }
   for (const auto& key : table.keys()) {
     if (key == KeyValueExchange::stateKey) continue;
-    const auto value = table.value(key);
-    if (value != table.entry(KeyValueExchange::stateKey, prefix + key)) state.changes[key] = value;
+    if (auto value = table.value(key)) state.table.emplace(key, *std::move(value));
   }
-  if (agreed == nullptr) return state;
-  const auto length = std::char_traits<char>::length(prefix);
-  for (const auto& [name, value] : *agreed) {
-    if (!name.starts_with(prefix)) continue;
-    const auto key = name.substr(length);
-    if (!table.value(key)) state.changes[key] = std::nullopt;
+  const auto kept = table.value(KeyValueExchange::stateKey);
+  const auto* entries = kept ? kept->as<Dictionary>() : nullptr;
+  if (entries == nullptr) return state;
+  for (const auto& [name, value] : *entries) {
+    if (name.starts_with(prefix)) state.agreed.emplace(name.substr(prefix.size()), value);
+  }
+  if (const auto token = valueIn(*entries, tokenName)) {
+    if (const auto* text = token->as<std::string>()) state.token = CKServerChangeToken{*text};
   }
   return state;
 }
 
-void agree(KeyValueDatabase::Transaction& table, const std::string& key, const Value& value) {
-  table.setEntry(KeyValueExchange::stateKey, prefix + key, value);
+/// What the cloud is still to get.
+CloudKeyValueChanges changesIn(const LocalState& state) {
+  CloudKeyValueChanges changes;
+  for (const auto& [key, value] : state.table) {
+    if (valueIn(state.agreed, key) != value) changes[key] = value;
+  }
+  for (const auto& [key, value] : state.agreed) {
+    if (!state.table.contains(key)) changes[key] = std::nullopt;
+  }
+  return changes;
 }
 
-/// What was changed here since it was read is newer than what has arrived.
-void apply(KeyValueDatabase::Transaction& table, const LocalState& read,
-           const CloudKeyValueChanges& sent, const CloudKeyValues& arrived) {
-  for (const auto& [key, value] : sent) agree(table, key, value);
+/// What the table is to take over. A change that the cloud is still to get stays, unless this is
+/// the first time that they meet.
+CloudKeyValueChanges newsIn(const CloudKeyValues& arrived, const LocalState& state) {
+  const auto changes = changesIn(state);
+  CloudKeyValueChanges news;
   for (const auto& [key, value] : arrived.changes) {
-    const auto agreed = table.entry(KeyValueExchange::stateKey, prefix + key);
-    const auto change = read.changes.find(key);
-    const auto& expected = change == read.changes.end() ? agreed : change->second;
-    if (table.value(key) == expected) table.setValue(key, value);
-    agree(table, key, value);
+    const bool isWanted = arrived.isAll || !changes.contains(key);
+    if (isWanted && valueIn(state.table, key) != value) news[key] = value;
   }
+  return news;
+}
+
+void agree(Transaction& table, const std::string& key, const Value& value) {
+  table.setEntry(KeyValueExchange::stateKey, std::string(prefix) + key, value);
+}
+
+/// What was changed here since it was read is newer than the news.
+void apply(Transaction& table, const LocalState& read, const CloudKeyValueChanges& sent,
+           const CloudKeyValues& arrived, const CloudKeyValueChanges& news) {
+  for (const auto& [key, value] : news) {
+    if (table.value(key) == valueIn(read.table, key)) table.setValue(key, value);
+  }
+  if (arrived.isAll) {
+    for (const auto& [key, value] : read.agreed) agree(table, key, std::nullopt);
+  }
+  for (const auto& [key, value] : arrived.changes) agree(table, key, value);
+  for (const auto& [key, value] : sent) agree(table, key, value);
   table.setEntry(KeyValueExchange::stateKey, tokenName, PropertyListValue(arrived.token.value));
 }
 
-/// At the first meeting nothing is sent: what the cloud has counts.
-CKResult<bool> exchangeOnce(KeyValueDatabase& table, CloudBackend& cloud, bool asksInAnyCase) {
+CKResult<LocalState> read(const KeyValueExchange::Table& table) {
   LocalState state;
-  const auto read = table.transact([&](auto& transaction) { state = stateOf(transaction); });
-  if (!read) return tl::unexpected(tableError(read.error()));
-  if (state.changes.empty() && !asksInAnyCase) return false;
-  const auto sent = state.token ? state.changes : CloudKeyValueChanges();
-  const auto arrived = cloud.exchangeKeyValues(sent, state.token, CloudCall{});
-  if (!arrived) return tl::unexpected(arrived.error());
-  const bool isNew = !sent.empty() || !arrived->changes.empty() || arrived->token != state.token;
-  if (!isNew) return false;
-  const auto written =
-      table.transact([&](auto& transaction) { apply(transaction, state, sent, *arrived); });
-  if (!written) return tl::unexpected(tableError(written.error()));
-  return !state.token.has_value();
+  const auto done =
+      table.foreign.transact([&](auto& transaction) { state = stateOf(transaction); });
+  if (!done) return tl::unexpected(tableError(done.error()));
+  return state;
 }
 
-CKResult<void> exchangeAll(KeyValueDatabase& table, CloudBackend& cloud, bool asksInAnyCase) {
-  const auto first = exchangeOnce(table, cloud, asksInAnyCase);
-  if (!first) return tl::unexpected(first.error());
-  if (!*first) return {};
-  const auto second = exchangeOnce(table, cloud, /*asksInAnyCase=*/false);
-  if (!second) return tl::unexpected(second.error());
+/// Sends the changes, takes what has arrived, and gives the state afterwards.
+CKResult<LocalState> exchange(const KeyValueExchange::Table& table, CloudBackend& cloud,
+                              const LocalState& state, const CloudKeyValueChanges& changes,
+                              const CloudCall& call) {
+  const auto arrived = cloud.exchangeKeyValues(changes, state.token, call);
+  if (!arrived) return tl::unexpected(arrived.error());
+  const bool isNew = !changes.empty() || !arrived->changes.empty() || arrived->token != state.token;
+  if (!isNew) return state;
+  const auto news = newsIn(*arrived, state);
+  auto& connection = news.empty() ? table.own : table.foreign;
+  LocalState after;
+  const auto done = connection.transact([&](auto& transaction) {
+    apply(transaction, state, changes, *arrived, news);
+    after = stateOf(transaction);
+  });
+  if (!done) return tl::unexpected(tableError(done.error()));
+  return after;
+}
+
+/// What the cloud refuses to take does not keep what others change away, and until the cloud is
+/// known to be the one before nothing is sent that could go over what it has.
+CKResult<void> exchangeAll(const KeyValueExchange::Table& table, CloudBackend& cloud,
+                           bool asksInAnyCase, const CloudCall& call) {
+  const auto state = read(table);
+  if (!state) return tl::unexpected(state.error());
+  if (changesIn(*state).empty() && !asksInAnyCase) return {};
+  const auto received = exchange(table, cloud, *state, {}, call);
+  if (!received) return tl::unexpected(received.error());
+  const auto changes = changesIn(*received);
+  if (changes.empty()) return {};
+  const auto sent = exchange(table, cloud, *received, changes, call);
+  if (!sent) return tl::unexpected(sent.error());
   return {};
 }
 
 }  // namespace
 
-KeyValueExchange::KeyValueExchange(KeyValueDatabase& table, CloudBackend& cloud,
-                                   Executor& cloudQueue, Executor& mainQueue, LineOutput& systemLog)
+KeyValueExchange::KeyValueExchange(const Table& table, CloudBackend& cloud, Executor& cloudQueue,
+                                   Executor& mainQueue, LineOutput& systemLog)
     : table_(table),
       cloud_(cloud),
       cloudQueue_(cloudQueue),
       mainQueue_(mainQueue),
       systemLog_(systemLog) {}
 
-KeyValueExchange::~KeyValueExchange() { table_.setListener({}); }
+KeyValueExchange::~KeyValueExchange() { table_.foreign.setListener({}); }
 
 void KeyValueExchange::start() {
-  table_.setListener([this] { begin(Reach::table); });
+  table_.foreign.setListener([this] { begin(Reach::table); });
   exchange();
 }
 
@@ -117,9 +162,10 @@ void KeyValueExchange::begin(Reach reach) {
     return;
   }
   isRunning_ = true;
-  cloudQueue_.post([&table = table_, &cloud = cloud_, &mainQueue = mainQueue_, reach, this,
+  cloudQueue_.post([table = table_, &cloud = cloud_, &mainQueue = mainQueue_, reach, this,
                     lifetime = std::weak_ptr(lifetime_)] {
-    const auto result = exchangeAll(table, cloud, reach == Reach::cloud);
+    const CloudCall call{[lifetime] { return lifetime.expired(); }};
+    const auto result = exchangeAll(table, cloud, reach == Reach::cloud, call);
     mainQueue.post([this, lifetime, result] {
       if (!lifetime.expired()) ended(result);
     });

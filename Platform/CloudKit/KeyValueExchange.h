@@ -11,19 +11,28 @@ namespace orvane {
 
 /// Keeps the table behind the cloud key-value store of this machine and the cloud's the same: of
 /// several who change a key the last one whose change reaches the cloud wins. Where both have a key
-/// when they meet for the first time, the cloud's counts. A change of this machine that is made
-/// while an exchange goes on is kept, and sent by the next one. Main queue.
+/// when they meet for the first time, the cloud's counts, and what the cloud lacks is sent; another
+/// cloud, or one that was restored, is met for the first time too. A change of this machine that is
+/// made while an exchange goes on is kept, and sent by the next one. Main queue.
 class KeyValueExchange {
  public:
   /// The entries of this key of the table say what both had last, and how far the exchange has got.
   static constexpr const char* stateKey = "KeyValueExchange";
 
-  /// All outlive the exchange and what it has posted. `table` is a connection of the exchange's
-  /// own, so that the process is told of what comes from the cloud.
-  KeyValueExchange(KeyValueDatabase& table, CloudBackend& cloud, Executor& cloudQueue,
+  /// The table, through two connections.
+  struct Table {
+    /// The process's, which does not take what is written here for a change by others.
+    KeyValueDatabase& own;
+    /// The exchange's, so that the process is told of what comes from the cloud.
+    KeyValueDatabase& foreign;
+  };
+
+  /// All outlive the exchange and what it has posted.
+  KeyValueExchange(const Table& table, CloudBackend& cloud, Executor& cloudQueue,
                    Executor& mainQueue, LineOutput& systemLog);
   KeyValueExchange(const KeyValueExchange&) = delete;
   KeyValueExchange& operator=(const KeyValueExchange&) = delete;
+  /// A call of the cloud that goes on is cancelled.
   ~KeyValueExchange();
 
   /// Exchanges now, after each change of the table, and again when the cloud could not be reached.
@@ -37,7 +46,7 @@ class KeyValueExchange {
   void begin(Reach reach);
   void ended(const CKResult<void>& result);
 
-  KeyValueDatabase& table_;
+  const Table table_;
   CloudBackend& cloud_;
   Executor& cloudQueue_;
   Executor& mainQueue_;

@@ -17,9 +17,6 @@ class NSKeyedArchiver {
  public:
   explicit NSKeyedArchiver(std::string_view className) : className_(className) {}
 
-  /// Only what is named as expected is read back; there is no other way here.
-  bool requiresSecureCoding() const { return true; }
-
   void encode(std::string_view value, std::string_view key);
   PropertyListValue::Data finishEncoding() const;
 

@@ -17,6 +17,7 @@ namespace orvane::test {
 /// What every cloud does. `Cloud` can be made without arguments, lives as long as a test, and has
 ///
 ///     std::unique_ptr<CloudBackend> connect();   // one more machine of the same user
+///     std::shared_ptr<void> hold();              // while it lives, no record can be saved
 template <typename Cloud>
 class CloudConformance : public ::testing::Test {
  protected:
@@ -337,6 +338,27 @@ TYPED_TEST_P(CloudConformance, keyValuesAreOfWhoeverWroteLast) {
             (Changes{{"count", std::int64_t{4}}}));
 }
 
+TYPED_TEST_P(CloudConformance, keyValuesAreAllThereAreForATokenThatIsNotTheStores) {
+  using Changes = CloudKeyValueChanges;
+  auto& here = *this->here_.backend;
+  this->here_.saveZone();
+  const auto first = here.exchangeKeyValues({{"flag", true}, {"gone", true}}, std::nullopt, {});
+  ASSERT_TRUE(first.has_value()) << first.error().localizedDescription;
+  EXPECT_TRUE(first->isAll);
+  const auto second = here.exchangeKeyValues({{"gone", std::nullopt}}, first->token, {});
+  EXPECT_FALSE(second->isAll);
+  EXPECT_FALSE(here.exchangeKeyValues({}, first->token, {})->isAll);
+  const std::vector<std::optional<CKServerChangeToken>> others{
+      std::nullopt, CKServerChangeToken{""}, CKServerChangeToken{"nonsense"},
+      this->here_.fetch().token};
+  for (const auto& token : others) {
+    const auto all = here.exchangeKeyValues({}, token, {});
+    ASSERT_TRUE(all.has_value()) << all.error().localizedDescription;
+    EXPECT_TRUE(all->isAll);
+    EXPECT_EQ(all->changes, (Changes{{"flag", true}}));
+  }
+}
+
 TYPED_TEST_P(CloudConformance, keyValuesHaveAQuota) {
   auto& here = *this->here_.backend;
   CloudKeyValueChanges many;
@@ -376,6 +398,28 @@ TYPED_TEST_P(CloudConformance, operationThatWaitsIsCancelled) {
   EXPECT_EQ(this->namesOf(this->here_.fetch().changed), std::set<std::string>{"a"});
 }
 
+TYPED_TEST_P(CloudConformance, callThatGoesOnIsCancelled) {
+  using Clock = std::chrono::steady_clock;
+  this->here_.saveZone();
+  auto held = this->cloud_.hold();
+  int asked = 0;
+  auto last = Clock::now();
+  auto longest = Clock::duration::zero();
+  const CloudCall call{[&] {
+    longest = std::max(longest, Clock::now() - std::exchange(last, Clock::now()));
+    return ++asked > 4;
+  }};
+  const auto cancelled =
+      this->here_.backend->modifyRecords({{"Zone"}, {this->newRecord("a")}, {}}, call);
+  ASSERT_FALSE(cancelled.has_value());
+  EXPECT_EQ(cancelled.error().code, CKErrorCode::operationCancelled);
+  EXPECT_FALSE(cancelled.error().retryAfter.has_value());
+  EXPECT_LT(longest, std::chrono::seconds(1)) << "about every 50 ms";
+  held.reset();
+  EXPECT_FALSE(this->here_.modify({this->newRecord("b")}).error.has_value());
+  EXPECT_TRUE(this->namesOf(this->there_.fetch().changed).contains("b"));
+}
+
 TYPED_TEST_P(CloudConformance, operationFollowsWhatItDependsOn) {
   this->here_.saveZone();
   const auto first = std::make_shared<CKModifyRecordsOperation>(std::vector{this->newRecord("a")},
@@ -397,7 +441,9 @@ REGISTER_TYPED_TEST_SUITE_P(
     tokenLeadsToWhatHasChangedSince, tokenOfAnotherZoneCountsAsNone, changesComeInPages,
     requestHasAtMost400Items, itemThatCannotBeStoredFailsByItself,
     recordIsSavedAndDeletedOnceInARequest, subscriptionIsSavedOnceForAllMachines,
-    listenerIsToldOfChangesOfOtherMachines, keyValuesAreOfWhoeverWroteLast, keyValuesHaveAQuota,
-    publicRecordIsAddedOnce, operationThatWaitsIsCancelled, operationFollowsWhatItDependsOn);
+    listenerIsToldOfChangesOfOtherMachines, keyValuesAreOfWhoeverWroteLast,
+    keyValuesAreAllThereAreForATokenThatIsNotTheStores, keyValuesHaveAQuota,
+    publicRecordIsAddedOnce, operationThatWaitsIsCancelled, callThatGoesOnIsCancelled,
+    operationFollowsWhatItDependsOn);
 
 }  // namespace orvane::test

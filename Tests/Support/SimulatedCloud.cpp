@@ -1,6 +1,7 @@
 #include "Tests/Support/SimulatedCloud.h"
 
 #include <algorithm>
+#include <chrono>
 #include <utility>
 
 #include <fmt/format.h>
@@ -25,6 +26,18 @@ tl::unexpected<CKError> failure(CKErrorCode code, std::string description) {
 
 tl::unexpected<CKError> noSuchZone(const CKRecordZoneID& zoneID) {
   return failure(CKErrorCode::zoneNotFound, fmt::format("There is no zone “{}”.", zoneID.zoneName));
+}
+
+CKServerChangeToken tokenFor(std::uint64_t epoch, std::uint64_t change) {
+  return {fmt::format("{}:{}", epoch, change)};
+}
+
+/// Nothing for a token of another epoch.
+std::optional<std::uint64_t> changeAt(const std::optional<CKServerChangeToken>& token,
+                                      std::uint64_t epoch) {
+  const auto prefix = fmt::format("{}:", epoch);
+  if (!token || !token->value.starts_with(prefix)) return std::nullopt;
+  return std::stoull(token->value.substr(prefix.size()));
 }
 
 /// About as many bytes as the value takes.
@@ -145,15 +158,19 @@ class SimulatedCloud::Backend final : public CloudBackend {
 
   template <typename Value, typename Work>
   CKResult<Value> answer(const CloudCall& call, const Work& work) {
-    if (call.isCancelled()) return failure(CKErrorCode::operationCancelled, "Cancelled.");
-    const std::lock_guard lock(cloud_.mutex_);
+    std::unique_lock lock(cloud_.mutex_);
+    if (!cloud_.waitForRelease(lock, call)) {
+      return failure(CKErrorCode::operationCancelled, "Cancelled.");
+    }
     if (!cloud_.failures_.empty()) {
       auto error = std::move(cloud_.failures_.front());
       cloud_.failures_.pop_front();
       return tl::unexpected(std::move(error));
     }
-    auto result = work(cloud_.users_[user_]);
-    if (std::exchange(cloud_.losesAnswer_, false)) {
+    auto result = work(cloud_.userNamed(user_));
+    auto& callsBefore = cloud_.callsBeforeLostAnswer_;
+    if (callsBefore && (*callsBefore)-- == 0) {
+      callsBefore.reset();
       return failure(CKErrorCode::networkFailure, "The connection was lost.");
     }
     return result;
@@ -207,9 +224,7 @@ class SimulatedCloud::Backend final : public CloudBackend {
   static CloudChanges changesBehind(const Zone& zone, const CKRecordZoneID& zoneID,
                                     const std::optional<CKServerChangeToken>& token,
                                     std::size_t limit) {
-    const auto prefix = fmt::format("{}:", zone.epoch);
-    const auto isOurs = token && token->value.starts_with(prefix);
-    const auto seen = isOurs ? std::stoull(token->value.substr(prefix.size())) : 0;
+    const auto seen = changeAt(token, zone.epoch).value_or(0);
     std::map<std::uint64_t, std::string> inOrder;
     for (const auto& [name, entry] : zone.records) {
       if (entry.tag > seen) inOrder.emplace(entry.tag, name);
@@ -231,7 +246,7 @@ class SimulatedCloud::Backend final : public CloudBackend {
       last = tag;
     }
     if (!changes.moreComing) last = zone.changeCount;
-    changes.token.value = prefix + std::to_string(last);
+    changes.token = tokenFor(zone.epoch, last);
     return changes;
   }
 
@@ -251,17 +266,19 @@ class SimulatedCloud::Backend final : public CloudBackend {
     if (keys > mostKeys || bytes > mostBytes) {
       return failure(CKErrorCode::quotaExceeded, "The key-value store is full.");
     }
-    const auto seen = token ? std::stoull(token->value) : 0;
+    const auto seen = changeAt(token, user.epoch);
     if (!changes.empty()) {
       ++user.keyValueChangeCount;
       cloud_.tell(user_, {CloudEvent::Kind::keyValuesChanged, ""});
     }
     user.keyValues = std::move(keyValues);
     CloudKeyValues result;
+    result.isAll = !seen;
     for (const auto& [key, entry] : user.keyValues) {
-      if (entry.change > seen && !changes.contains(key)) result.changes[key] = entry.value;
+      const bool isNews = seen ? entry.change > *seen : entry.value.has_value();
+      if (isNews && !changes.contains(key)) result.changes[key] = entry.value;
     }
-    result.token.value = std::to_string(user.keyValueChangeCount);
+    result.token = tokenFor(user.epoch, user.keyValueChangeCount);
     return result;
   }
 
@@ -284,9 +301,32 @@ void SimulatedCloud::failWith(CKError error) {
   failures_.push_back(std::move(error));
 }
 
-void SimulatedCloud::loseAnswer() {
+void SimulatedCloud::loseAnswer(std::size_t callsBefore) {
   const std::lock_guard lock(mutex_);
-  losesAnswer_ = true;
+  callsBeforeLostAnswer_ = callsBefore;
+}
+
+void SimulatedCloud::hold(bool isHeld) {
+  const std::lock_guard lock(mutex_);
+  isHeld_ = isHeld;
+  released_.notify_all();
+}
+
+/// False when the call is cancelled.
+bool SimulatedCloud::waitForRelease(std::unique_lock<std::mutex>& lock, const CloudCall& call) {
+  constexpr std::chrono::milliseconds pause{50};
+  while (!call.isCancelled()) {
+    if (released_.wait_for(lock, isHeld_ ? pause : pause.zero(), [this] { return !isHeld_; })) {
+      return true;
+    }
+  }
+  return false;
+}
+
+SimulatedCloud::User& SimulatedCloud::userNamed(const std::string& name) {
+  const auto [place, isNew] = users_.try_emplace(name);
+  if (isNew) place->second.epoch = ++epochCount_;
+  return place->second;
 }
 
 void SimulatedCloud::tell(const std::string& user, const CloudEvent& event) {

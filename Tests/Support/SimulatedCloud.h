@@ -1,11 +1,13 @@
 #pragma once
 
+#include <condition_variable>
 #include <cstdint>
 #include <deque>
 #include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <set>
 #include <string>
 
@@ -24,8 +26,10 @@ class SimulatedCloud {
 
   /// The next calls, whatever they are, fail with these errors, in this order.
   void failWith(CKError error);
-  /// The next call is carried out, and its answer lost.
-  void loseAnswer();
+  /// The call after that many others is carried out, and its answer lost.
+  void loseAnswer(std::size_t callsBefore = 0);
+  /// Calls wait, until they are cancelled or this is taken back.
+  void hold(bool isHeld);
 
  private:
   class Backend;
@@ -48,18 +52,23 @@ class SimulatedCloud {
   };
   struct User {
     std::map<std::string, Zone> zones;
+    std::uint64_t epoch = 0;  ///< of the key-value store
     std::map<std::string, KeyValue> keyValues;
     std::uint64_t keyValueChangeCount = 0;
   };
 
+  bool waitForRelease(std::unique_lock<std::mutex>& lock, const CloudCall& call);
+  User& userNamed(const std::string& name);
   void tell(const std::string& user, const CloudEvent& event);
 
   std::mutex mutex_;
+  std::condition_variable released_;
+  bool isHeld_ = false;
   std::map<std::string, User> users_;
   std::vector<CKRecord> publicRecords_;
   std::uint64_t epochCount_ = 0;
   std::deque<CKError> failures_;
-  bool losesAnswer_ = false;
+  std::optional<std::size_t> callsBeforeLostAnswer_;
   std::set<Backend*> backends_;
 };
 

@@ -1,6 +1,7 @@
 #include <atomic>
 #include <future>
 #include <random>
+#include <set>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -352,6 +353,64 @@ TEST_F(PostgreSQLBreakdown, aServerKilledAtAnyMomentHasTheBatchOrHasItNot) {
     for (const auto& one : after) {
       EXPECT_EQ(one.value("text"), isDone ? CKRecordValue(text) : before[0].value("text"));
     }
+  }
+  RecordProperty("lost", lost);
+}
+
+TEST_F(PostgreSQLBreakdown, aServerKilledAtAnyMomentOfAFetchHidesNoChange) {
+  constexpr int rounds = 12;
+  constexpr std::size_t size = 100;
+  constexpr std::size_t page = 30;
+  std::minstd_rand random(1);
+  must(cloud->saveZone(theZone, {}));
+  std::vector<CKRecord> records;
+  for (std::size_t index = 0; index < size; ++index) {
+    records.push_back(record(std::to_string(index), std::string(1000, 'x')));
+  }
+  must(cloud->modifyRecords(saving(records), {}));
+  must(cloud->modifyRecords({theZone, {}, {{"7", theZone}}}, {}));
+  int lost = 0;
+  for (int round = 0; round < rounds; ++round) {
+    std::promise<void> begun;
+    auto fetched = std::async(std::launch::async, [&] {
+      std::vector<CKError> errors;
+      std::set<std::string> names;
+      std::optional<CKServerChangeToken> token;
+      bool hasBegun = false;
+      const auto deadline = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+      const CloudCall call{[&] {
+        if (!std::exchange(hasBegun, true)) begun.set_value();
+        return false;
+      }};
+      for (bool isMore = true; isMore && std::chrono::steady_clock::now() < deadline;) {
+        const auto changes = cloud->fetchChanges(theZone, token, page, call);
+        if (!changes) {
+          errors.push_back(changes.error());
+          std::this_thread::yield();
+          continue;
+        }
+        for (const auto& one : changes->changed) names.insert(one.recordID().recordName);
+        token = changes->token;
+        isMore = changes->moreComing;
+      }
+      return std::pair(names, errors);
+    });
+    begun.get_future().wait();
+    const auto end = std::chrono::steady_clock::now() + std::chrono::microseconds(random() % 8000);
+    while (std::chrono::steady_clock::now() < end) std::this_thread::yield();
+    server.cluster.kill();
+    server.cluster.start();
+    server.cluster.waitUntilReady();
+    const auto [names, errors] = fetched.get();
+    for (const auto& error : errors) {
+      EXPECT_THAT(error.code,
+                  ::testing::AnyOf(CKErrorCode::networkFailure, CKErrorCode::serviceUnavailable))
+          << error.localizedDescription;
+      EXPECT_TRUE(error.retryAfter);
+    }
+    lost += errors.empty() ? 0 : 1;
+    EXPECT_EQ(names.size(), size - 1);
+    EXPECT_FALSE(names.contains("7"));
   }
   RecordProperty("lost", lost);
 }

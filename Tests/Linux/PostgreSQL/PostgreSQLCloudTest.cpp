@@ -345,6 +345,15 @@ TEST_F(PostgreSQLCloudTest, theKeyValueStoreHasAQuotaOfBytes) {
   EXPECT_THAT(must(other->exchangeKeyValues({}, std::nullopt, {})).changes, SizeIs(1));
 }
 
+TEST_F(PostgreSQLCloudTest, onlyAFullKeyValueStoreIsOverItsQuota) {
+  EXPECT_EQ(codeOf(cloud->exchangeKeyValues({{"\xFF", true}}, std::nullopt, {})),
+            CKErrorCode::invalidArguments);
+  PostgreSQLCloud misled(
+      server.cluster.connectionString("alice", "postgres", "options='-c work_mem=much'"), "a");
+  EXPECT_EQ(codeOf(misled.exchangeKeyValues({{"a", true}}, std::nullopt, {})),
+            CKErrorCode::invalidArguments);
+}
+
 TEST_F(PostgreSQLCloudTest, aReportIsAddedOnce) {
   CKRecord report("Report", {"5F0C", theZone});
   report.setValue("URL", CKRecordValue("https://example.org"s));

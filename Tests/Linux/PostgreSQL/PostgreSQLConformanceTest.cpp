@@ -10,6 +10,8 @@ class CloudOfAlice {
     return server_.cloud("alice", std::to_string(++machines_));
   }
 
+  std::shared_ptr<void> hold() { return std::make_shared<ZoneLock>(server_); }
+
  private:
   CloudInCluster server_;
   int machines_ = 0;

@@ -25,7 +25,7 @@ TEST(PostgreSQLFailure, everyStateHasItsCode) {
       {"55P03", CKErrorCode::zoneBusy},           {"40P01", CKErrorCode::zoneBusy},
       {"40001", CKErrorCode::zoneBusy},           {"21000", CKErrorCode::invalidArguments},
       {"22P05", CKErrorCode::invalidArguments},   {"22021", CKErrorCode::invalidArguments},
-      {"23514", CKErrorCode::invalidArguments},   {"54000", CKErrorCode::invalidArguments},
+      {"23514", CKErrorCode::quotaExceeded},      {"54000", CKErrorCode::invalidArguments},
       {"23503", CKErrorCode::zoneNotFound},       {"42601", CKErrorCode::internalError},
       {"XX000", CKErrorCode::internalError},      {"", CKErrorCode::internalError}};
   for (const auto& [state, code] : codes) EXPECT_EQ(failureOfState(state).code, code) << state;

@@ -41,11 +41,12 @@ class PostgreSQLNetwork : public ::testing::Test {
   }
 
   /// Whether the settings lead to no connection, and to an error that says so.
-  void expectRefused(const std::string& settings, const std::string& reason) {
+  void expectRefused(const std::string& settings, const std::string& reason,
+                     CKErrorCode code = CKErrorCode::networkFailure) {
     const auto status = cloudWith(settings)->accountStatus({});
     ASSERT_FALSE(status) << settings;
-    EXPECT_EQ(status.error().code, CKErrorCode::networkFailure);
-    EXPECT_TRUE(status.error().retryAfter);
+    EXPECT_EQ(status.error().code, code);
+    EXPECT_EQ(status.error().retryAfter.has_value(), isRetryable(code));
     EXPECT_THAT(status.error().localizedDescription, HasSubstr(reason));
     EXPECT_THAT(connections(), ElementsAre()) << settings;
   }
@@ -139,7 +140,8 @@ TEST_F(PostgreSQLNetwork, aRootThatIsNotThereLetsNobodyIn) {
   const TemporaryDirectory folder;
   const auto missing = (folder / "missing.crt").string();
   expectRefused("sslmode=verify-full sslrootcert=" + missing,
-                "root certificate file \"" + missing + "\" does not exist");
+                "The root certificate to know the server by, '" + missing + "', is missing.",
+                CKErrorCode::badContainer);
 }
 
 TEST_F(PostgreSQLOpenNetwork, aServerThatCannotEncryptIsRefused) {

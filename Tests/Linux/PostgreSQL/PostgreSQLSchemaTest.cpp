@@ -1,5 +1,9 @@
+#include <future>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <libpq-fe.h>
+#include <poll.h>
 
 #include "Linux/PostgreSQL/PostgreSQLSchema.h"
 #include "Tests/Linux/PostgreSQL/CloudInCluster.h"
@@ -76,6 +80,20 @@ TEST_F(PostgreSQLSchema, aUserMayHaveAnyName) {
             1);
 }
 
+TEST_F(PostgreSQLSchema, aUserWhoseNameTheServerWouldCutShortIsRefused) {
+  auto admin = server.connect("postgres");
+  const std::string longest = std::string(61, 'x') + "ü";
+  must(addCloudUser(admin, longest, std::nullopt, {}));
+  EXPECT_EQ(server.cloud(longest)->accountStatus({}), CKAccountStatus::available);
+  const auto refused = addCloudUser(admin, longest + "y", std::nullopt, {});
+  ASSERT_FALSE(refused);
+  EXPECT_EQ(refused.error().code, CKErrorCode::invalidArguments);
+  EXPECT_EQ(refused.error().localizedDescription,
+            "The name of a user of the server has at least 1 and at most 63 bytes.");
+  EXPECT_EQ(codeOf(addCloudUser(admin, "", std::nullopt, {})), CKErrorCode::invalidArguments);
+  EXPECT_EQ(server.tell("SELECT FROM orvane.accounts")[0].rows(), 3);
+}
+
 TEST_F(PostgreSQLSchema, aUserIsAddedToTheCloudAndToNothingElse) {
   auto bob = server.connect("bob");
   for (const auto* statement :
@@ -150,6 +168,86 @@ TEST_F(PostgreSQLSchema, nobodyPutsARowIntoAnothersZone) {
                    {});
   EXPECT_EQ(codeOf(inserted), CKErrorCode::zoneNotFound);
   EXPECT_EQ(everything(), before);
+}
+
+/// A session of libpq that hears every notification.
+class Ear {
+ public:
+  explicit Ear(const std::string& connectionString)
+      : connection_(PQconnectdb(connectionString.c_str())) {}
+  Ear(const Ear&) = delete;
+  Ear& operator=(const Ear&) = delete;
+  ~Ear() { PQfinish(connection_); }
+
+  /// All that the statement gives, as one text.
+  std::string ask(const std::string& statement) {
+    std::string text;
+    PGresult* result = PQexec(connection_, statement.c_str());
+    for (int row = 0; row < PQntuples(result); ++row) {
+      for (int column = 0; column < PQnfields(result); ++column) {
+        text += std::string(PQgetvalue(result, row, column)) + '\n';
+      }
+    }
+    EXPECT_STREQ(PQresultErrorMessage(result), "");
+    PQclear(result);
+    return text;
+  }
+
+  /// The channels of the notifications that have come, up to the one of that channel.
+  std::vector<std::string> channelsUpTo(const std::string& last) {
+    std::vector<std::string> channels;
+    while (channels.empty() || channels.back() != last) {
+      pollfd polled{PQsocket(connection_), POLLIN, 0};
+      constexpr int longest = 20'000;
+      if (::poll(&polled, 1, longest) != 1 || PQconsumeInput(connection_) != 1) break;
+      while (auto* notification = PQnotifies(connection_)) {
+        channels.emplace_back(notification->relname);
+        PQfreemem(notification);
+      }
+    }
+    return channels;
+  }
+
+ private:
+  PGconn* connection_;
+};
+
+TEST_F(PostgreSQLSchema, nobodyHearsOfTheChangesOfAnother) {
+  const auto channel = std::string(
+      server.tell("SELECT channel FROM orvane.accounts WHERE owner = 'alice'")[0].text(0, 0));
+  const auto alice = server.cloud("alice", "listening");
+  must(alice->saveSubscription({"s", theZone}, {}));
+  std::promise<void> listening;
+  bool isTold = false;
+  alice->setListener([&](const CloudEvent&) {
+    if (!std::exchange(isTold, true)) listening.set_value();
+  });
+  listening.get_future().wait();
+
+  Ear bob(server.cluster.connectionString("bob"));
+  const std::string session = bob.ask("SELECT pid FROM pg_stat_activity WHERE usename = 'alice'");
+  EXPECT_NE(session, "") << "that alice is there is no secret";
+  for (const auto* guess : {"orvane", "orvane_", "alice", "*"}) {
+    bob.ask(std::string("LISTEN \"") + guess + '"');
+  }
+  must(alice->modifyRecords(saving({record("two", "secret")}), {}));
+  must(alice->exchangeKeyValues({{"b", "secret"}}, std::nullopt, {}));
+  for (const auto* statement :
+       {"SELECT pg_stat_activity::text FROM pg_stat_activity", "SELECT pg_listening_channels()",
+        "SELECT accounts::text FROM orvane.accounts", "SELECT pg_locks::text FROM pg_locks",
+        "SELECT pg_prepared_statements::text FROM pg_prepared_statements"}) {
+    const auto seen = bob.ask(statement);
+    EXPECT_THAT(seen, ::testing::Not(::testing::HasSubstr(channel))) << statement;
+    EXPECT_THAT(seen, ::testing::Not(::testing::HasSubstr("secret"))) << statement;
+    EXPECT_THAT(seen, ::testing::Not(::testing::HasSubstr("pg_notify"))) << statement;
+  }
+  EXPECT_THAT(server.tell("SELECT string_agg(query, ';') FROM pg_stat_activity")[0].text(0, 0),
+              ::testing::HasSubstr("pg_notify"))
+      << "there is something to hide";
+  // What was notified before this would have come before it.
+  server.tell("NOTIFY alice");
+  EXPECT_THAT(bob.channelsUpTo("alice"), ::testing::ElementsAre("alice"));
+  alice->setListener({});
 }
 
 TEST_F(PostgreSQLSchema, everyAccountHasAChannelOfItsOwn) {

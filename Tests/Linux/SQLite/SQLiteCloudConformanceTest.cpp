@@ -1,4 +1,5 @@
 #include "Linux/SQLite/SQLiteCloud.h"
+#include "Tests/Linux/SQLite/RawDatabase.h"
 #include "Tests/Support/CloudConformance.h"
 #include "Tests/Support/TemporaryDirectory.h"
 
@@ -9,6 +10,12 @@ class CloudInAFile {
  public:
   std::unique_ptr<CloudBackend> connect() const {
     return std::make_unique<SQLiteCloud>(folder_ / "Cloud.sqlite");
+  }
+
+  std::shared_ptr<void> hold() const {
+    auto writer = std::make_shared<RawDatabase>(folder_ / "Cloud.sqlite");
+    EXPECT_EQ(writer->run("BEGIN IMMEDIATE"), "");
+    return writer;
   }
 
  private:

@@ -554,6 +554,26 @@ TEST_F(SQLiteCloudTest, whatHappenedWhileTheFileCouldNotBeReadIsToldOnceItCan) {
   listening.setListener({});
 }
 
+TEST_F(SQLiteCloudTest, aFileThatIsBusyForAWhileIsNotAnotherAccount) {
+  ASSERT_TRUE(SQLiteCloud(path).saveZone(zoneID, call));
+  std::atomic<int> accountChanges = 0;
+  Events events;
+  SQLiteCloud listening(path);
+  {
+    RawDatabase alone(path);
+    ASSERT_EQ(alone.run("PRAGMA locking_mode = EXCLUSIVE"), "exclusive");
+    ASSERT_EQ(alone.run("BEGIN EXCLUSIVE"), "");
+    listening.setListener([&](const CloudEvent& event) {
+      if (event.kind == Kind::accountChanged) ++accountChanges;
+      events.add(event);
+    });
+  }
+  ASSERT_TRUE(other.exchangeKeyValues({{"k", true}}, std::nullopt, call));
+  EXPECT_TRUE(events.waitFor(Kind::keyValuesChanged));
+  listening.setListener({});
+  EXPECT_EQ(accountChanges, 0);
+}
+
 TEST_F(SQLiteCloudTest, aListenerThatHasEndedIsNotCalled) {
   std::atomic<bool> isEnded = false;
   std::atomic<bool> isEntered = false;

@@ -6,6 +6,7 @@
 #include "Platform/CloudKit/KeyValueExchange.h"
 #include "Platform/Foundation/InMemoryKeyValueDatabase.h"
 #include "Platform/Foundation/NSUbiquitousKeyValueStore.h"
+#include "Platform/Foundation/ThreadExecutor.h"
 #include "Tests/Support/FailingKeyValueDatabase.h"
 #include "Tests/Support/RecordingOutput.h"
 #include "Tests/Support/SimulatedCloud.h"
@@ -17,12 +18,16 @@ namespace {
 using namespace std::chrono_literals;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using ::testing::SizeIs;
 using Value = std::optional<PropertyListValue>;
 
 /// A machine with a table that exchanges with the cloud.
 struct Machine {
-  Machine(SimulatedCloud& cloudOfUsers, VirtualTime& itsTime)
-      : time(itsTime), cloud(cloudOfUsers.connect("mia")) {
+  using Storage = std::shared_ptr<InMemoryKeyValueDatabase::Storage>;
+
+  Machine(SimulatedCloud& cloudOfUsers, VirtualTime& itsTime, const std::string& user = "mia",
+          Storage itsStorage = InMemoryKeyValueDatabase::makeStorage())
+      : time(itsTime), storage(std::move(itsStorage)), cloud(cloudOfUsers.connect(user)) {
     store.startNotifying();
     observation.emplace(center.addObserver(NSUbiquitousKeyValueStoreDidChangeExternallyNotification,
                                            [this](const auto&) { ++notifications; }));
@@ -36,8 +41,7 @@ struct Machine {
   }
 
   VirtualTime& time;
-  std::shared_ptr<InMemoryKeyValueDatabase::Storage> storage =
-      InMemoryKeyValueDatabase::makeStorage();
+  Storage storage;
   std::unique_ptr<Executor> mainQueue = time.makeExecutor();
   std::unique_ptr<Executor> cloudQueue = time.makeExecutor();
   RecordingOutput systemLog;
@@ -49,7 +53,8 @@ struct Machine {
   std::unique_ptr<CloudBackend> cloud;
   InMemoryKeyValueDatabase ofExchange{storage, *mainQueue};
   FailingKeyValueDatabase table{ofExchange};
-  KeyValueExchange exchange{table, *cloud, *cloudQueue, *mainQueue, systemLog};
+  KeyValueExchange exchange{
+      {.own = own, .foreign = table}, *cloud, *cloudQueue, *mainQueue, systemLog};
 };
 
 class ExchangeOfKeyValues : public ::testing::Test {
@@ -103,6 +108,32 @@ TEST_F(ExchangeOfKeyValues, takesWhatTheCloudHasWhenTheyMeetForTheFirstTime) {
   }
 }
 
+TEST_F(ExchangeOfKeyValues, meetsAnotherCloudForTheFirstTimeToo) {
+  here.set("packages", "of the first cloud");
+  here.set("rules", "of the first cloud");
+  here.set("removed", "of the first cloud");
+  here.exchangeAll();
+  Machine other{cloud, time, "ben"};
+  other.set("packages", "of the second cloud");
+  other.exchangeAll();
+
+  Machine moved{cloud, time, "ben", here.storage};
+  moved.set("packages", "changed before they meet");
+  ASSERT_TRUE(moved.store.removeObject("removed").has_value());
+  moved.exchangeAll();
+  other.exchangeAll();
+  for (auto* machine : {&moved, &other}) {
+    EXPECT_EQ(machine->store.object("packages"), Value("of the second cloud"));
+    EXPECT_EQ(machine->store.object("rules"), Value("of the first cloud"));
+    EXPECT_EQ(machine->store.object("removed"), std::nullopt);
+  }
+
+  ASSERT_TRUE(other.store.removeObject("rules").has_value());
+  other.exchangeAll();
+  moved.exchangeAll();
+  EXPECT_EQ(moved.store.object("rules"), std::nullopt);
+}
+
 TEST_F(ExchangeOfKeyValues, keepsAChangeThatIsMadeMeanwhileAndSendsItNext) {
   here.set("packages", "first");
   here.exchangeAll();
@@ -147,9 +178,11 @@ TEST_F(ExchangeOfKeyValues, isTriedAgainWhenTheCloudSays) {
 
 TEST_F(ExchangeOfKeyValues, convergesAfterALostAnswer) {
   here.exchangeAll();
-  cloud.loseAnswer();
+  const std::size_t fetches = 1;
+  cloud.loseAnswer(fetches);
   here.set("packages", "ads");
   here.exchangeAll();
+  EXPECT_THAT(here.systemLog.take(), SizeIs(1));
   time.advance(1min);
   there.exchangeAll();
   EXPECT_EQ(here.store.object("packages"), Value("ads"));
@@ -176,6 +209,62 @@ TEST_F(ExchangeOfKeyValues, isSilentWhenNothingHasChanged) {
   there.exchangeAll();
   EXPECT_EQ(there.notifications, notifications);
   EXPECT_THAT(there.systemLog.take(), IsEmpty());
+}
+
+TEST_F(ExchangeOfKeyValues, notifiesOfWhatArrivesAndNotOfWhatItSends) {
+  there.set("packages", "ads");
+  there.exchangeAll();
+  EXPECT_EQ(there.notifications, 0);
+  here.exchangeAll();
+  EXPECT_EQ(here.notifications, 1);
+  here.set("packages", "more ads");
+  here.set("rules", "one");
+  there.set("rules", "another");
+  there.exchangeAll();
+  here.exchangeAll();
+  EXPECT_EQ(here.notifications, 1) << "of the other's change of the same key, it is the later one";
+  there.exchangeAll();
+  EXPECT_EQ(there.notifications, 1);
+}
+
+TEST_F(ExchangeOfKeyValues, receivesWhatOthersChangeWhileItCannotSend) {
+  here.exchangeAll();
+  ASSERT_TRUE(here.store.setObject(std::string(1'000'001, 'x'), "large").has_value());
+  here.exchangeAll();
+  there.set("packages", "ads");
+  there.exchangeAll();
+  here.exchangeAll();
+  EXPECT_EQ(here.store.object("packages"), Value("ads"));
+  ASSERT_TRUE(here.store.setObject("small", "large").has_value());
+  here.exchangeAll();
+  there.exchangeAll();
+  EXPECT_EQ(there.store.object("large"), Value("small"));
+}
+
+TEST_F(ExchangeOfKeyValues, cancelsItsCallWhenItEnds) {
+  here.set("packages", "ads");
+  {
+    KeyValueExchange shortLived({.own = here.own, .foreign = here.table}, *here.cloud,
+                                *here.cloudQueue, *here.mainQueue, here.systemLog);
+    shortLived.exchange();
+  }
+  time.runUntilIdle();
+  there.exchangeAll();
+  EXPECT_EQ(there.store.object("packages"), std::nullopt);
+  EXPECT_THAT(here.systemLog.take(), IsEmpty());
+}
+
+TEST_F(ExchangeOfKeyValues, endsACallThatGoesOnWhenItEnds) {
+  ThreadExecutor cloudQueue("cloud");
+  cloud.hold(true);
+  {
+    KeyValueExchange shortLived({.own = here.own, .foreign = here.table}, *here.cloud, cloudQueue,
+                                *here.mainQueue, here.systemLog);
+    shortLived.exchange();
+  }
+  // Otherwise this has no end.
+  cloudQueue.runAndWait([] {});
+  cloud.hold(false);
 }
 
 TEST_F(ExchangeOfKeyValues, saysWhenTheStoreIsFull) {

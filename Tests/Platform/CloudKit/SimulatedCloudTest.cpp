@@ -6,6 +6,10 @@ namespace {
 
 struct InMemory {
   std::unique_ptr<CloudBackend> connect() { return cloud.connect("mia"); }
+  std::shared_ptr<void> hold() {
+    cloud.hold(true);
+    return {&cloud, [](SimulatedCloud* held) { held->hold(false); }};
+  }
   SimulatedCloud cloud;
 };
 
