@@ -16,7 +16,7 @@ class RefusedCloud final : public CloudBackend {
   CKResult<CKAccountStatus> accountStatus(const CloudCall& /*call*/) override { return refusal(); }
   CKResult<void> saveZone(const CKRecordZoneID&, const CloudCall&) override { return refusal(); }
   CKResult<void> deleteZone(const CKRecordZoneID&, const CloudCall&) override { return refusal(); }
-  CKResult<void> saveSubscription(const CKRecordZoneSubscription&, const CloudCall&) override {
+  CKResult<void> saveSubscription(const CKSubscription&, const CloudCall&) override {
     return refusal();
   }
   CKResult<CloudBatchResult> modifyRecords(const CloudBatch&, const CloudCall&) override {

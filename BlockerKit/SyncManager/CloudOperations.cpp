@@ -5,6 +5,8 @@
 #include <iterator>
 #include <utility>
 
+#include "Platform/CloudKit/CKFetchRecordChangesOperation.h"
+
 namespace orvane {
 namespace {
 
@@ -32,6 +34,21 @@ class Pieces {
   std::size_t size_;
 };
 
+std::shared_ptr<CKDatabaseOperation> fetchInOlderForm(
+    const CKRecordZone& zone, const std::optional<CKServerChangeToken>& previousToken,
+    const FetchHandlers& handlers) {
+  auto operation = std::make_shared<CKFetchRecordChangesOperation>(zone.zoneID, previousToken);
+  operation->setRecordChangedBlock(handlers.recordChanged);
+  operation->setRecordWithIDWasDeletedBlock(handlers.recordDeleted);
+  const auto* fetching = operation.get();  // it lives as long as its block
+  operation->setFetchRecordChangesCompletionBlock(
+      [fetching, completed = handlers.zoneFetchCompleted](
+          const std::optional<CKServerChangeToken>& token, const std::optional<CKError>& error) {
+        completed({.token = token, .moreComing = fetching->moreComing(), .error = error});
+      });
+  return operation;
+}
+
 }  // namespace
 
 std::shared_ptr<CKModifyRecordZonesOperation> saveZoneOperation(const CKDatabase& database,
@@ -44,8 +61,15 @@ std::shared_ptr<CKModifyRecordZonesOperation> saveZoneOperation(const CKDatabase
 
 std::shared_ptr<CKModifySubscriptionsOperation> subscribeToChangesOperation(
     const CKDatabase& database, const CKRecordZone& zone, const std::string& subscriptionID) {
-  auto operation = std::make_shared<CKModifySubscriptionsOperation>(
-      std::vector<CKRecordZoneSubscription>{{subscriptionID, zone.zoneID}});
+  const auto type = database.connection().backend.offersRecordZoneRequests()
+                        ? CKSubscriptionType::recordZone
+                        : CKSubscriptionType::zone;
+  const CKSubscription subscription{.subscriptionID = subscriptionID,
+                                    .zoneID = zone.zoneID,
+                                    .type = type,
+                                    .notificationInfo = {.shouldSendContentAvailable = true}};
+  auto operation =
+      std::make_shared<CKModifySubscriptionsOperation>(std::vector<CKSubscription>{subscription});
   operation->setDatabase(database);
   return operation;
 }
@@ -65,9 +89,20 @@ std::vector<std::shared_ptr<CKModifyRecordsOperation>> modifyRecordsOperations(
   return operations;
 }
 
-std::shared_ptr<CKFetchRecordZoneChangesOperation> fetchChangesOperation(
-    const CKRecordZone& zone, const std::optional<CKServerChangeToken>& previousToken) {
-  return std::make_shared<CKFetchRecordZoneChangesOperation>(zone.zoneID, previousToken);
+std::shared_ptr<CKDatabaseOperation> fetchChangesOperation(
+    const CKDatabase& database, const CKRecordZone& zone,
+    const std::optional<CKServerChangeToken>& previousToken, const FetchHandlers& handlers) {
+  if (!database.connection().backend.offersRecordZoneRequests()) {
+    return fetchInOlderForm(zone, previousToken, handlers);
+  }
+  auto operation = std::make_shared<CKFetchRecordZoneChangesOperation>(zone.zoneID, previousToken);
+  operation->setRecordChangedBlock(handlers.recordChanged);
+  operation->setRecordWithIDWasDeletedBlock(
+      [deleted = handlers.recordDeleted](const CKRecordID& recordID, const std::string& /*type*/) {
+        deleted(recordID);
+      });
+  operation->setRecordZoneFetchCompletionBlock(handlers.zoneFetchCompleted);
+  return operation;
 }
 
 }  // namespace orvane

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -12,13 +13,14 @@
 
 namespace orvane {
 
-// The requests of a sync. Those that are made with a database are ready for a queue.
+// The requests of a sync, ready for a queue or for the database.
 
 /// Saves the zone, and deletes none.
 std::shared_ptr<CKModifyRecordZonesOperation> saveZoneOperation(const CKDatabase& database,
                                                                 const CKRecordZone& zone);
 
-/// Saves a subscription for the zone, under a name that no other one has.
+/// Saves a subscription for the zone, under a name that no other one has, in the form that the
+/// system offers. Its pushes are silent.
 std::shared_ptr<CKModifySubscriptionsOperation> subscribeToChangesOperation(
     const CKDatabase& database, const CKRecordZone& zone, const std::string& subscriptionID);
 
@@ -30,8 +32,17 @@ std::vector<std::shared_ptr<CKModifyRecordsOperation>> modifyRecordsOperations(
     const CKDatabase& database, std::vector<CKRecord> recordsToSave,
     std::vector<CKRecordID> recordIDsToDelete, std::size_t split);
 
-/// Fetches what has changed in the zone behind the token, or everything.
-std::shared_ptr<CKFetchRecordZoneChangesOperation> fetchChangesOperation(
-    const CKRecordZone& zone, const std::optional<CKServerChangeToken>& previousToken);
+/// What becomes of a fetch, whatever its form.
+struct FetchHandlers {
+  std::function<void(const CKRecord&)> recordChanged;
+  std::function<void(const CKRecordID&)> recordDeleted;
+  std::function<void(const CKFetchRecordZoneChangesOperation::ZoneResult&)> zoneFetchCompleted;
+};
+
+/// Fetches what has changed in the zone behind the token, or everything, in the form that the
+/// system offers.
+std::shared_ptr<CKDatabaseOperation> fetchChangesOperation(
+    const CKDatabase& database, const CKRecordZone& zone,
+    const std::optional<CKServerChangeToken>& previousToken, const FetchHandlers& handlers);
 
 }  // namespace orvane

@@ -241,12 +241,13 @@ std::shared_ptr<NSOperation> SyncManager::subscribeToChanges() {
   auto operation =
       subscribeToChangesOperation(container_->privateCloudDatabase(), zone_, platform_.makeUUID());
   operation->setModifySubscriptionsCompletionBlock(
-      [this](const std::vector<CKRecordZoneSubscription>& saved,
-             const std::optional<CKError>& error) { subscriptionSaved(saved, error); });
+      [this](const std::vector<CKSubscription>& saved, const std::optional<CKError>& error) {
+        subscriptionSaved(saved, error);
+      });
   return operation;
 }
 
-void SyncManager::subscriptionSaved(const std::vector<CKRecordZoneSubscription>& saved,
+void SyncManager::subscriptionSaved(const std::vector<CKSubscription>& saved,
                                     const std::optional<CKError>& error) {
   if (!error) {
     const auto& subscriptionID = saved.front().subscriptionID;

@@ -103,7 +103,7 @@ class SyncManager {
   void zoneSaved(const std::optional<CKError>& error);
   void zoneIsThere();
   std::shared_ptr<NSOperation> subscribeToChanges();
-  void subscriptionSaved(const std::vector<CKRecordZoneSubscription>& saved,
+  void subscriptionSaved(const std::vector<CKSubscription>& saved,
                          const std::optional<CKError>& error);
   void subscriptionIsThere(const std::string& subscriptionID);
   void saveZoneAgain();

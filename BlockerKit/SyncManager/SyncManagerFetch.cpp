@@ -48,22 +48,23 @@ void SyncManager::fetch(FetchCompletion completion) {
   if (isEnding_) return;
   print("Fetching from remote changes...");
   const auto pass = std::make_shared<FetchPass>();
-  const auto operation = fetchChangesOperation(zone_, serverToken());
-  operation->setRecordChangedBlock(
-      [this, pass](const CKRecord& record) { recordChanged(*pass, record); });
-  operation->setRecordWithIDWasDeletedBlock(
-      [pass](const CKRecordID& recordID, const std::string& /*type*/) {
-        pass->deleted.push_back(recordID.recordName);
-        pass->metadata[recordID.recordName] = std::nullopt;
-      });
-  operation->setRecordZoneFetchCompletionBlock(
-      [this, pass, completion = std::move(completion)](
-          const CKFetchRecordZoneChangesOperation::ZoneResult& result) {
-        zoneFetchCompleted(*pass, result, completion);
-      });
+  const FetchHandlers handlers{
+      .recordChanged = [this, pass](const CKRecord& record) { recordChanged(*pass, record); },
+      .recordDeleted =
+          [pass](const CKRecordID& recordID) {
+            pass->deleted.push_back(recordID.recordName);
+            pass->metadata[recordID.recordName] = std::nullopt;
+          },
+      .zoneFetchCompleted =
+          [this, pass, completion = std::move(completion)](
+              const CKFetchRecordZoneChangesOperation::ZoneResult& result) {
+            zoneFetchCompleted(*pass, result, completion);
+          }};
+  const auto& database = container_->privateCloudDatabase();
+  const auto operation = fetchChangesOperation(database, zone_, serverToken(), handlers);
   std::erase_if(fetches_, [](const auto& fetching) { return fetching.expired(); });
   fetches_.push_back(operation);
-  container_->privateCloudDatabase().addOperation(operation);
+  database.addOperation(operation);
 }
 
 /// What was edited here and not yet sent will be sent, and merged if that is necessary.

@@ -119,7 +119,7 @@ CKResult<void> PostgreSQLCloud::deleteZone(const CKRecordZoneID& zoneID, const C
   return nothing(results);
 }
 
-CKResult<void> PostgreSQLCloud::saveSubscription(const CKRecordZoneSubscription& subscription,
+CKResult<void> PostgreSQLCloud::saveSubscription(const CKSubscription& subscription,
                                                  const CloudCall& call) {
   const auto zone = PostgreSQLValue::text(subscription.zoneID.zoneName);
   const auto results =

@@ -32,7 +32,7 @@ class PostgreSQLCloud final : public CloudBackend {
   CKResult<CKAccountStatus> accountStatus(const CloudCall& call) override;
   CKResult<void> saveZone(const CKRecordZoneID& zoneID, const CloudCall& call) override;
   CKResult<void> deleteZone(const CKRecordZoneID& zoneID, const CloudCall& call) override;
-  CKResult<void> saveSubscription(const CKRecordZoneSubscription& subscription,
+  CKResult<void> saveSubscription(const CKSubscription& subscription,
                                   const CloudCall& call) override;
   /// When the answer to an earlier call for some of the records was lost, and the server has them
   /// as this machine wants to save them, and from this machine, that call has saved them: they are

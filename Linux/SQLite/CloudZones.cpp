@@ -70,7 +70,7 @@ CKResult<void> CloudZones::remove(const CKRecordZoneID& zoneID) {
   return {};
 }
 
-CKResult<void> CloudZones::saveSubscription(const CKRecordZoneSubscription& subscription) {
+CKResult<void> CloudZones::saveSubscription(const CKSubscription& subscription) {
   const auto zone = find(subscription.zoneID);
   if (!zone) return tl::unexpected(zone.error());
   SQLiteRun found(findSubscription_, zone->id);

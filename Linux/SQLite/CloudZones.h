@@ -38,7 +38,7 @@ class CloudZones {
 
   CKResult<void> save(const CKRecordZoneID& zoneID);
   CKResult<void> remove(const CKRecordZoneID& zoneID);
-  CKResult<void> saveSubscription(const CKRecordZoneSubscription& subscription);
+  CKResult<void> saveSubscription(const CKSubscription& subscription);
 
  private:
   CKResult<void> write(const SQLiteStatement& statement, std::int64_t zone);

@@ -141,7 +141,7 @@ CKResult<void> SQLiteCloud::deleteZone(const CKRecordZoneID& zoneID, const Cloud
   return write<void>(call, [&](Opened& opened) { return opened.zones.remove(zoneID); });
 }
 
-CKResult<void> SQLiteCloud::saveSubscription(const CKRecordZoneSubscription& subscription,
+CKResult<void> SQLiteCloud::saveSubscription(const CKSubscription& subscription,
                                              const CloudCall& call) {
   return write<void>(call,
                      [&](Opened& opened) { return opened.zones.saveSubscription(subscription); });

@@ -25,7 +25,7 @@ class SQLiteCloud final : public CloudBackend {
   CKResult<CKAccountStatus> accountStatus(const CloudCall& call) override;
   CKResult<void> saveZone(const CKRecordZoneID& zoneID, const CloudCall& call) override;
   CKResult<void> deleteZone(const CKRecordZoneID& zoneID, const CloudCall& call) override;
-  CKResult<void> saveSubscription(const CKRecordZoneSubscription& subscription,
+  CKResult<void> saveSubscription(const CKSubscription& subscription,
                                   const CloudCall& call) override;
   CKResult<CloudBatchResult> modifyRecords(const CloudBatch& batch, const CloudCall& call) override;
   CKResult<CloudChanges> fetchChanges(const CKRecordZoneID& zoneID,

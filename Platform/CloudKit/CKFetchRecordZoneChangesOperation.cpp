@@ -1,28 +1,33 @@
 #include "Platform/CloudKit/CKFetchRecordZoneChangesOperation.h"
 
-#include <memory>
+#include <utility>
+
+#include "Platform/CloudKit/FetchPage.h"
 
 namespace orvane {
 namespace {
 
-/// As many as a catalogue of some size has, in a few megabytes.
-constexpr std::size_t pageSize = 2000;
+CKError notOffered() {
+  CKError error;
+  error.code = CKErrorCode::invalidArguments;
+  error.localizedDescription = "There are no requests for the changes of record zones here.";
+  return error;
+}
 
 }  // namespace
 
 std::function<void()> CKFetchRecordZoneChangesOperation::perform(
     const CKDatabase::Connection& connection, const std::optional<CKError>& refusal) {
-  auto fetched = refusal ? CKResult<CloudChanges>(tl::unexpected(*refusal))
-                         : connection.backend.fetchChanges(zoneID_, token_, pageSize, call());
-  if (!fetched) {
-    return
-        [this, error = std::move(fetched.error())] { completion_({.token = {}, .error = error}); };
-  }
-  // Functions are copied, a page of records should not be.
-  return [this, changes = std::make_shared<CloudChanges>(*std::move(fetched))] {
-    for (const auto& record : changes->changed) changed_(record);
-    for (const auto& [recordID, recordType] : changes->deleted) deleted_(recordID, recordType);
-    completion_({.token = changes->token, .moreComing = changes->moreComing, .error = {}});
+  auto error = refusal;
+  if (!error && !connection.backend.offersRecordZoneRequests()) error = notOffered();
+  const auto fetched =
+      error ? tl::unexpected(*error) : fetchPage(connection.backend, zoneID_, token_, call());
+  return [this, fetched] {
+    if (!fetched) return completion_({.token = {}, .error = fetched.error()});
+    const auto& changes = **fetched;
+    for (const auto& record : changes.changed) changed_(record);
+    for (const auto& [recordID, recordType] : changes.deleted) deleted_(recordID, recordType);
+    completion_({.token = changes.token, .moreComing = changes.moreComing, .error = {}});
   };
 }
 

@@ -12,15 +12,13 @@ namespace orvane {
 /// Saves subscriptions one after the other, up to the first that fails.
 class CKModifySubscriptionsOperation final : public CKDatabaseOperation {
  public:
-  using Completion = std::function<void(const std::vector<CKRecordZoneSubscription>& saved,
+  using Completion = std::function<void(const std::vector<CKSubscription>& saved,
                                         const std::optional<CKError>& error)>;
 
-  explicit CKModifySubscriptionsOperation(std::vector<CKRecordZoneSubscription> toSave)
+  explicit CKModifySubscriptionsOperation(std::vector<CKSubscription> toSave)
       : subscriptionsToSave_(std::move(toSave)) {}
 
-  const std::vector<CKRecordZoneSubscription>& subscriptionsToSave() const {
-    return subscriptionsToSave_;
-  }
+  const std::vector<CKSubscription>& subscriptionsToSave() const { return subscriptionsToSave_; }
 
   void setModifySubscriptionsCompletionBlock(Completion block) { completion_ = std::move(block); }
 
@@ -29,7 +27,7 @@ class CKModifySubscriptionsOperation final : public CKDatabaseOperation {
                                 const std::optional<CKError>& refusal) override;
 
  private:
-  std::vector<CKRecordZoneSubscription> subscriptionsToSave_;
+  std::vector<CKSubscription> subscriptionsToSave_;
   Completion completion_ = [](const auto&, const auto&) {};
 };
 

@@ -11,6 +11,7 @@
 #include "Platform/CloudKit/CKError.h"
 #include "Platform/CloudKit/CKRecord.h"
 #include "Platform/CloudKit/CKServerChangeToken.h"
+#include "Platform/CloudKit/CKSubscription.h"
 #include "Platform/Foundation/PropertyListValue.h"
 
 namespace orvane {
@@ -50,11 +51,6 @@ struct CloudChanges {
   bool moreComing = false;
 };
 
-struct CKRecordZoneSubscription {
-  std::string subscriptionID;
-  CKRecordZoneID zoneID;
-};
-
 /// Keys of the user's key-value store; nothing stands for a key that was removed.
 using CloudKeyValueChanges = std::map<std::string, std::optional<PropertyListValue>>;
 
@@ -90,6 +86,10 @@ class CloudBackend {
   CloudBackend& operator=(const CloudBackend&) = delete;
   virtual ~CloudBackend() = default;
 
+  /// Whether there are the requests that name record zones: `CKFetchRecordZoneChangesOperation`,
+  /// and subscriptions to record zones. Without them there are only their older forms.
+  virtual bool offersRecordZoneRequests() const { return true; }
+
   /// `noAccount` when the cloud does not know the user, `restricted` when it lets the user do
   /// nothing.
   virtual CKResult<CKAccountStatus> accountStatus(const CloudCall& call) = 0;
@@ -103,7 +103,7 @@ class CloudBackend {
   /// From now on changes of the zone are told of, on all machines of the user. `zoneNotFound`; and
   /// `serverRejectedRequest`, with a description that ends in "duplicate of " and the ID of the
   /// subscription that is there, when the zone has one.
-  virtual CKResult<void> saveSubscription(const CKRecordZoneSubscription& subscription,
+  virtual CKResult<void> saveSubscription(const CKSubscription& subscription,
                                           const CloudCall& call) = 0;
 
   /// All of it or nothing. Of a record that is there, the changed keys are set and the others stay.

@@ -67,7 +67,7 @@ class CloudSession {
                                    const std::string& zone = "Zone") {
     std::promise<std::optional<CKError>> result;
     const auto operation = std::make_shared<CKModifySubscriptionsOperation>(
-        std::vector<CKRecordZoneSubscription>{{subscriptionID, {zone}}});
+        std::vector<CKSubscription>{{subscriptionID, {zone}}});
     operation->setModifySubscriptionsCompletionBlock(
         [&](const auto& /*saved*/, const auto& error) { result.set_value(error); });
     container.privateCloudDatabase().addOperation(operation);

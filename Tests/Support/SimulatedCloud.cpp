@@ -66,6 +66,8 @@ class SimulatedCloud::Backend final : public CloudBackend {
     cloud_.backends_.erase(this);
   }
 
+  bool offersRecordZoneRequests() const override { return cloud_.offersRecordZoneRequests_; }
+
   CKResult<CKAccountStatus> accountStatus(const CloudCall& call) override {
     return answer<CKAccountStatus>(
         call, [](User&) -> CKResult<CKAccountStatus> { return CKAccountStatus::available; });
@@ -87,7 +89,7 @@ class SimulatedCloud::Backend final : public CloudBackend {
     });
   }
 
-  CKResult<void> saveSubscription(const CKRecordZoneSubscription& subscription,
+  CKResult<void> saveSubscription(const CKSubscription& subscription,
                                   const CloudCall& call) override {
     return answer<void>(call, [&](User& user) -> CKResult<void> {
       const auto zone = user.zones.find(subscription.zoneID.zoneName);

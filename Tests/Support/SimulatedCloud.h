@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
@@ -23,6 +24,9 @@ class SimulatedCloud {
 
   /// What the makers read.
   std::vector<CKRecord> publicRecords();
+
+  /// From now on its system is an older one: there are only the older forms of some requests.
+  void offerOnlyOlderRequests() { offersRecordZoneRequests_ = false; }
 
   /// The next calls, whatever they are, fail with these errors, in this order.
   void failWith(CKError error);
@@ -64,6 +68,7 @@ class SimulatedCloud {
   std::mutex mutex_;
   std::condition_variable released_;
   bool isHeld_ = false;
+  std::atomic<bool> offersRecordZoneRequests_ = true;
   std::map<std::string, User> users_;
   std::vector<CKRecord> publicRecords_;
   std::uint64_t epochCount_ = 0;

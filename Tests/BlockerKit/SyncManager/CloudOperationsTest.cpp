@@ -63,9 +63,12 @@ TEST_F(RequestsOfASync, bringARuleFromOneMachineToAnother) {
   CKRecord rule("rule", idOf(1));
   rule.setValue("name", CKRecordValue(std::string("first")));
   const auto modify = modifyRecordsOperations(database, {rule}, {}, 1).at(0);
-  const auto fetch = fetchChangesOperation(zone, std::nullopt);
-  fetch->setRecordChangedBlock(
-      [&](const CKRecord& record) { fetched.push_back(record.recordID().recordName); });
+  const FetchHandlers handlers{
+      .recordChanged =
+          [&](const CKRecord& record) { fetched.push_back(record.recordID().recordName); },
+      .recordDeleted = [](const CKRecordID&) {},
+      .zoneFetchCompleted = [](const auto&) {}};
+  const auto fetch = fetchChangesOperation(database, zone, std::nullopt, handlers);
   NSOperationQueue queue(machine.platform.makeSerialQueue, {.name = "requests"});
   modify->addDependency(save);
   subscribe->addDependency(save);
