@@ -106,11 +106,13 @@ SyncManager::Operations SyncManager::pushLocalChangesOperations(std::size_t spli
   return operations;
 }
 
-/// An edit that was made under the name of a record while that was sent waits for the next push.
+/// An edit that was made under the name of a record while that was sent is sent anew: the request
+/// for it that waits was made with what was known of the record before.
 void SyncManager::localChangesPushed(const std::vector<CKRecord>& saved,
                                      const std::vector<CKRecordID>& deleted) {
   print("Local changes pushed successfully!");
   const auto deletedNames = namesOf(deleted);
+  bool isEdited = false;
   // After a failure, which is on the system log, all of it is sent once more.
   (void)defaults_.transact([&](Transaction& transaction) {
     LocalChangesEdit edit(transaction, platform_.systemLog);
@@ -119,16 +121,19 @@ void SyncManager::localChangesPushed(const std::vector<CKRecord>& saved,
     for (const auto& record : saved) {
       transaction.setEntry(RecordMetadata::key, record.recordID().recordName,
                            metadata_.getMetadata(record));
-      edit.removeSent(record);
+      if (!edit.removeSent(record)) isEdited = true;
     }
     // One that is made again under the same name is a new record.
     for (const auto& name : deletedNames) {
       transaction.setEntry(RecordMetadata::key, name, std::nullopt);
+      if (edit.isAdded(name)) isEdited = true;
     }
   });
   defaults_.synchronize();
+  if (isEdited) push(1);
 }
 
+/// While the queue cannot be written, a push would only fail in the same way, again and again.
 void SyncManager::pushFailed(const std::optional<CKRecordID>& recordID, const CKError& error,
                              std::size_t split) {
   const std::string name = recordID ? recordID->recordName : std::string();
