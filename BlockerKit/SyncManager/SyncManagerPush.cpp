@@ -58,7 +58,9 @@ void SyncManager::push(std::size_t split) {
     operations.push_back(std::move(savingZone));
   }
   if (!lastAccountStatus_) {
-    updateAccountStatus([this, operations](bool /*isAvailable*/) { schedule(operations); });
+    updateAccountStatus([this, operations, asking = pushCount_](bool /*isAvailable*/) {
+      if (pushCount_ == asking) schedule(operations);
+    });
   } else if (lastAccountStatus_ == CKAccountStatus::available) {
     pendingOnAccountUnavailable_ = false;
     schedule(operations);
