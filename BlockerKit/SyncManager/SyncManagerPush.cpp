@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <iterator>
@@ -180,7 +181,8 @@ void SyncManager::repushAfter(const CKError& error) {
 /// while the server is away would lead to as many again.
 void SyncManager::repushLocalChangesAfter(double seconds) {
   const auto delay = delayOf(seconds);
-  const auto deadline = platform_.mainQueue.now() + delay;
+  const auto now = platform_.mainQueue.now();
+  const auto deadline = now + std::min(delay, Executor::Time::max() - now);
   print(fmt::format("Retrying data push in DispatchTime(rawValue: {}) secs ..",
                     deadline.time_since_epoch().count()));
   platform_.mainQueue.postAfter(delay,
