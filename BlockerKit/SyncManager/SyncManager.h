@@ -103,8 +103,10 @@ class SyncManager {
   void subscriptionIsThere(const std::string& subscriptionID);
   void saveZoneAgain();
   void accountIsUnknown();
-  /// And flushes the defaults.
-  void store(const char* key, const PropertyListValue& value);
+  /// An answer may still come while the manager ends, and the queue of operations with it.
+  void cancelAllOperations();
+  /// And flushes the defaults. False after a failure, which is on the system log.
+  bool store(const char* key, const PropertyListValue& value);
 
   // In SyncManagerPush.cpp
   using Operations = std::vector<std::shared_ptr<NSOperation>>;
@@ -116,7 +118,6 @@ class SyncManager {
                           const std::vector<CKRecordID>& deleted);
   void pushFailed(const std::optional<CKRecordID>& recordID, const CKError& error,
                   std::size_t split);
-  void forget(const std::string& recordName);
   void repushLocalChangesAfter(double seconds);
   void repushAfter(const CKError& error);
 
@@ -129,7 +130,8 @@ class SyncManager {
   bool storePass(const FetchPass& pass, const std::string& page,
                  const std::optional<CKServerChangeToken>& token);
   std::optional<CKServerChangeToken> serverToken();
-  void mergeConflict(const CKRecord& server, const CKRecord& localNew, const CKRecord& localOld);
+  /// False when the queue could not be written, which then is as it was.
+  bool mergeConflict(const CKRecord& server, const CKRecord& localNew, const CKRecord& localOld);
 
   void ubiqStoreDidChange();
   void record(const std::function<void(LocalChangesEdit&)>& edit);

@@ -79,7 +79,7 @@ bool SyncManager::hasSubscription() {
 /// A new push takes the place of all that waits or runs.
 void SyncManager::schedule(const Operations& operations) {
   if (isEnding_) return;
-  queue_->cancelAllOperations();
+  cancelAllOperations();
   for (const auto& operation : operations) queue_->addOperation(operation);
 }
 
@@ -146,17 +146,15 @@ void SyncManager::pushFailed(const std::optional<CKRecordID>& recordID, const CK
       repushAfter(error);
       break;
     case PushReaction::cancelAll:
-      queue_->cancelAllOperations();
+      cancelAllOperations();
       break;
     case PushReaction::forgetRecord:
-      forget(name);
-      push(1);
+      if (localChanges_.change([&](LocalChangesEdit& edit) { edit.forget({name}); })) push(1);
       break;
     case PushReaction::mergeConflict:
       // There is nothing to merge with when the cloud does not say what it has.
       if (!error.serverRecord || !error.clientRecord || !error.ancestorRecord) break;
-      mergeConflict(*error.serverRecord, *error.clientRecord, *error.ancestorRecord);
-      push(1);
+      if (mergeConflict(*error.serverRecord, *error.clientRecord, *error.ancestorRecord)) push(1);
       break;
     case PushReaction::saveZoneAgain:
       saveZoneAgain();
@@ -167,10 +165,6 @@ void SyncManager::pushFailed(const std::optional<CKRecordID>& recordID, const CK
     case PushReaction::nothing:
       break;
   }
-}
-
-void SyncManager::forget(const std::string& recordName) {
-  (void)localChanges_.change([&](LocalChangesEdit& edit) { edit.forget({recordName}); });
 }
 
 void SyncManager::repushAfter(const CKError& error) {
