@@ -1,17 +1,31 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <functional>
+#include <limits>
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <set>
 #include <string>
 
 #include "Platform/CloudKit/CloudBackend.h"
 
 namespace orvane::test {
+
+enum class CloudRequest {
+  accountStatus,
+  saveZone,
+  deleteZone,
+  saveSubscription,
+  modifyRecords,
+  fetchChanges,
+  exchangeKeyValues,
+  addPublicRecord,
+};
 
 /// A cloud in memory: what all its users have. Any thread.
 class SimulatedCloud {
@@ -24,8 +38,18 @@ class SimulatedCloud {
 
   /// The next calls, whatever they are, fail with these errors, in this order.
   void failWith(CKError error);
+  /// The next such requests fail with these errors, in this order.
+  void failWith(CloudRequest request, CKError error);
   /// The next call is carried out, and its answer lost.
   void loseAnswer();
+
+  /// Called inside every request before it is carried out, on its thread, with the batch of one
+  /// that modifies records.
+  void watch(std::function<void(CloudRequest request, const CloudBatch* batch)> told);
+
+  void setAccountStatus(CKAccountStatus status);
+  /// A fetch brings at most so much.
+  void setPageSize(std::size_t size);
 
  private:
   class Backend;
@@ -52,14 +76,24 @@ class SimulatedCloud {
     std::uint64_t keyValueChangeCount = 0;
   };
 
+  struct Failure {
+    std::optional<CloudRequest> request;  ///< nothing when any request fails
+    CKError error;
+  };
+
+  std::optional<CKError> takeFailure(CloudRequest request);
+  std::function<void(CloudRequest, const CloudBatch*)> watching();
   void tell(const std::string& user, const CloudEvent& event);
 
   std::mutex mutex_;
   std::map<std::string, User> users_;
   std::vector<CKRecord> publicRecords_;
   std::uint64_t epochCount_ = 0;
-  std::deque<CKError> failures_;
+  std::deque<Failure> failures_;
   bool losesAnswer_ = false;
+  std::function<void(CloudRequest, const CloudBatch*)> watching_;
+  CKAccountStatus accountStatus_ = CKAccountStatus::available;
+  std::size_t pageSize_ = std::numeric_limits<std::size_t>::max();
   std::set<Backend*> backends_;
 };
 
