@@ -156,6 +156,12 @@ TEST_F(AccountStatus, thatIsAvailableClearsWhatWasWithheld) {
   EXPECT_THAT(take(), Each(Not(nothingToPush)));
 }
 
+TEST_F(AccountStatus, isAskedForWhoeverTellsOfAChange) {
+  machine->machine.notificationCenter.post({.name = CKAccountChanged, .object = "somebody"});
+  machine->run();
+  EXPECT_THAT(take(), Contains("Current account status: Available"));
+}
+
 TEST_F(AccountStatus, isUnknownAgainWhenTheChangeCannotBeAskedFor) {
   push();
   machine->cloud().failWith(CloudRequest::accountStatus, errorOf(CKErrorCode::networkFailure));

@@ -319,6 +319,16 @@ TEST_F(Fetch, thatCannotBeStoredComesAgain) {
   EXPECT_THAT(rules(), ElementsAre("a"));
 }
 
+TEST_F(Fetch, thatCannotBeStoredLeavesNothingForTheNextOne) {
+  cloudSide.save(ruleRecord("a"));
+  during(CloudRequest::fetchChanges, [this] { machine->machine.suiteAtRisk.isFull = true; });
+  fetch();
+  machine->machine.suiteAtRisk.isFull = false;
+  cloudSide.remove("a");
+  fetch();
+  EXPECT_THAT(rules(), IsEmpty());
+}
+
 TEST_F(Fetch, isNotCancelledByAPush) {
   cloudSide.save(ruleRecord("a"));
   machine->sync->fetchRemoteChanges(nullptr);
