@@ -30,6 +30,12 @@ Identifiers stringsUnder(std::string_view key, Transaction& transaction) {
   return std::move(strings).value_or(Identifiers());
 }
 
+/// Where what was sent as the record was queued.
+std::string_view keyOf(const CKRecord& record) {
+  const bool isPackage = record.recordType() == rawValue(RecordKind::package);
+  return LocalChangesEdit::addedKey(isPackage ? RecordKind::package : RecordKind::rule);
+}
+
 /// `list` without the first occurrence of each identifier.
 Identifiers without(const Identifiers& identifiers, Identifiers list) {
   std::map<std::string_view, std::size_t> wanted;
@@ -67,6 +73,14 @@ void LocalChangesEdit::addRules(std::span<const Rule> rules, const std::string& 
   }
 }
 
+bool LocalChangesEdit::isAdded(const std::string& recordName) {
+  const auto isUnder = [&](RecordKind kind) {
+    const auto entry = transaction_.entry(addedKey(kind), recordName);
+    return entry && entry->as<FieldDictionary>() != nullptr;
+  };
+  return isUnder(RecordKind::rule) || isUnder(RecordKind::package);
+}
+
 void LocalChangesEdit::removeAdded(const Identifiers& identifiers, RecordKind kind) {
   for (const auto& identifier : identifiers) {
     transaction_.setEntry(addedKey(kind), identifier, std::nullopt);
@@ -98,29 +112,24 @@ void LocalChangesEdit::forget(const Identifiers& recordNames) {
   unmarkDeleted(recordNames, RecordKind::package);
 }
 
-void LocalChangesEdit::removeSent(const CKRecord& record) {
-  for (const auto kind : {RecordKind::rule, RecordKind::package}) {
-    if (!isStillAsSent(record, kind)) continue;
-    transaction_.setEntry(addedKey(kind), record.recordID().recordName, std::nullopt);
-  }
+bool LocalChangesEdit::removeSent(const CKRecord& record) {
+  const auto& name = record.recordID().recordName;
+  if (!isStillAsSent(record)) return !isAdded(name);
+  transaction_.setEntry(keyOf(record), name, std::nullopt);
+  return true;
 }
 
 void LocalChangesEdit::forgetSent(const CKRecord& record) {
-  for (const auto kind : {RecordKind::rule, RecordKind::package}) {
-    if (isStillAsSent(record, kind)) return forget({record.recordID().recordName});
-  }
+  if (isStillAsSent(record)) forget({record.recordID().recordName});
 }
 
 void LocalChangesEdit::replaceSent(const CKRecord& record, const FieldDictionary& fields) {
-  for (const auto kind : {RecordKind::rule, RecordKind::package}) {
-    if (!isStillAsSent(record, kind)) continue;
-    transaction_.setEntry(addedKey(kind), record.recordID().recordName, fields);
-  }
+  if (!isStillAsSent(record)) return;
+  transaction_.setEntry(keyOf(record), record.recordID().recordName, fields);
 }
 
-bool LocalChangesEdit::isStillAsSent(const CKRecord& record, RecordKind kind) {
-  if (record.recordType() != rawValue(kind)) return false;
-  const auto entry = transaction_.entry(addedKey(kind), record.recordID().recordName);
+bool LocalChangesEdit::isStillAsSent(const CKRecord& record) {
+  const auto entry = transaction_.entry(keyOf(record), record.recordID().recordName);
   const auto* fields = entry ? entry->as<FieldDictionary>() : nullptr;
   return fields != nullptr && isMadeOf(record, *fields);
 }

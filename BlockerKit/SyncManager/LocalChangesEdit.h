@@ -39,6 +39,9 @@ class LocalChangesEdit {
   void addPackage(const std::string& identifier, const std::string& name);
   void addRules(std::span<const Rule> rules, const std::string& packageIdentifier);
 
+  /// Whether a rule or a package of that name was added.
+  bool isAdded(const std::string& recordName);
+
   /// Identifiers that were not added are ignored.
   void removeAdded(const Identifiers& identifiers, RecordKind kind);
 
@@ -55,8 +58,8 @@ class LocalChangesEdit {
   // What was added may have been edited or deleted here since it was sent as `record`; then it
   // stays as it is.
 
-  /// The cloud has it.
-  void removeSent(const CKRecord& record);
+  /// The cloud has it. False when it was edited.
+  bool removeSent(const CKRecord& record);
   /// The cloud had it before.
   void forgetSent(const CKRecord& record);
   /// It was merged with what the cloud has.
@@ -67,7 +70,7 @@ class LocalChangesEdit {
   void replaceAdded(const std::vector<Package>& packages);
 
  private:
-  bool isStillAsSent(const CKRecord& record, RecordKind kind);
+  bool isStillAsSent(const CKRecord& record);
   bool canTravel(const std::string& identifier, const FieldDictionary& fields) const;
 
   Transaction& transaction_;

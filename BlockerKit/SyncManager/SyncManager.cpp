@@ -225,7 +225,7 @@ void SyncManager::zoneSaved(const std::optional<CKError>& error) {
       break;
     case SaveReaction::zoneIsMissing:
     case SaveReaction::other:
-      queue_->cancelAllOperations();
+      cancelAllOperations();
       break;
   }
 }
@@ -233,7 +233,8 @@ void SyncManager::zoneSaved(const std::optional<CKError>& error) {
 void SyncManager::zoneIsThere() {
   print("Zone saved successfully!");
   lastRequestDelay_ = defaultRequestDelay;
-  store(zoneSavedKey, true);
+  // After a failure the cloud is asked once more than was necessary.
+  (void)store(zoneSavedKey, true);
   fetch(nullptr);
 }
 
@@ -285,24 +286,28 @@ void SyncManager::subscriptionSaved(const std::vector<CKSubscription>& saved,
 
 void SyncManager::subscriptionIsThere(const std::string& subscriptionID) {
   lastRequestDelay_ = defaultRequestDelay;
-  store(zoneSubscriptionIDKey, subscriptionID);
+  (void)store(zoneSubscriptionIDKey, subscriptionID);
 }
 
+/// A zone that cannot be told to be missing would be missed by the next push as well.
 void SyncManager::saveZoneAgain() {
-  store(zoneSavedKey, false);
-  push(1);
+  if (store(zoneSavedKey, false)) push(1);
 }
 
 void SyncManager::accountIsUnknown() {
   lastAccountStatus_.reset();
   pendingOnAccountUnavailable_ = true;
-  queue_->cancelAllOperations();
+  cancelAllOperations();
 }
 
-void SyncManager::store(const char* key, const PropertyListValue& value) {
-  // After a failure, which is on the system log, the cloud is asked once more than was necessary.
-  (void)defaults_.setObject(value, key);
+void SyncManager::cancelAllOperations() {
+  if (!isEnding_) queue_->cancelAllOperations();
+}
+
+bool SyncManager::store(const char* key, const PropertyListValue& value) {
+  const auto stored = defaults_.setObject(value, key);
   defaults_.synchronize();
+  return stored.has_value();
 }
 
 }  // namespace orvane

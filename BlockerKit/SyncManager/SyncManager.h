@@ -108,8 +108,10 @@ class SyncManager {
   void subscriptionIsThere(const std::string& subscriptionID);
   void saveZoneAgain();
   void accountIsUnknown();
-  /// And flushes the defaults.
-  void store(const char* key, const PropertyListValue& value);
+  /// An answer may still come while the manager ends, and the queue of operations with it.
+  void cancelAllOperations();
+  /// And flushes the defaults. False after a failure, which is on the system log.
+  bool store(const char* key, const PropertyListValue& value);
 
   // In SyncManagerPush.cpp
   using Operations = std::vector<std::shared_ptr<NSOperation>>;
@@ -122,7 +124,6 @@ class SyncManager {
   void pushFailed(const std::optional<CKRecordID>& recordID, const CKError& error,
                   std::size_t split);
   void tellFailure(PushReaction reaction, const CKError& error) const;
-  void forget(const std::string& recordName);
   void repushLocalChangesAfter(double seconds);
   void repushAfter(const CKError& error);
 
@@ -135,7 +136,8 @@ class SyncManager {
   bool storePass(const FetchPass& pass, const std::string& page,
                  const std::optional<CKServerChangeToken>& token);
   std::optional<CKServerChangeToken> serverToken();
-  void mergeConflict(const CKRecord& server, const CKRecord& localNew, const CKRecord& localOld);
+  /// False when the queue could not be written, which then is as it was.
+  bool mergeConflict(const CKRecord& server, const CKRecord& localNew, const CKRecord& localOld);
 
   void ubiqStoreDidChange();
   void record(const std::function<void(LocalChangesEdit&)>& edit);

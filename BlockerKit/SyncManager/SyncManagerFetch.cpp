@@ -134,26 +134,27 @@ std::optional<CKServerChangeToken> SyncManager::serverToken() {
 
 /// Edits that were made here since the record was sent wait for the next push, now with the
 /// server's change tag.
-void SyncManager::mergeConflict(const CKRecord& server, const CKRecord& localNew,
+bool SyncManager::mergeConflict(const CKRecord& server, const CKRecord& localNew,
                                 const CKRecord& localOld) {
   const auto& name = localNew.recordID().recordName;
   print(fmt::format("Merging {}", name));
   if (!localNew.recordChangeTag() && isFullDuplicate(server, localOld)) {
-    (void)localChanges_.change([&](LocalChangesEdit& edit) { edit.forgetSent(localNew); });
     print("Local record is a full duplicate of server version, minus metadata");
-    return;
+    return localChanges_.change([&](LocalChangesEdit& edit) { edit.forgetSent(localNew); })
+        .has_value();
   }
   const auto merged = mergedRecord(server, localNew, localOld);
   metadata_.updateMetadata(merged);
   const auto fields = fieldsOf(merged);
   if (!fields) print(fmt::format("Merge failed: incorrect record {}", description(merged)));
-  (void)localChanges_.change([&](LocalChangesEdit& edit) {
+  const auto changed = localChanges_.change([&](LocalChangesEdit& edit) {
     if (fields) {
       edit.replaceSent(localNew, *fields);
     } else {
       edit.forgetSent(localNew);
     }
   });
+  return changed.has_value();
 }
 
 }  // namespace orvane

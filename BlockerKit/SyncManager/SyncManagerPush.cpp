@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <iterator>
@@ -58,7 +59,9 @@ void SyncManager::push(std::size_t split) {
     operations.push_back(std::move(savingZone));
   }
   if (!lastAccountStatus_) {
-    updateAccountStatus([this, operations](bool /*isAvailable*/) { schedule(operations); });
+    updateAccountStatus([this, operations, asking = pushCount_](bool /*isAvailable*/) {
+      if (pushCount_ == asking) schedule(operations);
+    });
   } else if (lastAccountStatus_ == CKAccountStatus::available) {
     pendingOnAccountUnavailable_ = false;
     schedule(operations);
@@ -76,7 +79,7 @@ bool SyncManager::hasSubscription() {
 /// A new push takes the place of all that waits or runs.
 void SyncManager::schedule(const Operations& operations) {
   if (isEnding_) return;
-  queue_->cancelAllOperations();
+  cancelAllOperations();
   for (const auto& operation : operations) queue_->addOperation(operation);
 }
 
@@ -106,11 +109,13 @@ SyncManager::Operations SyncManager::pushLocalChangesOperations(std::size_t spli
   return operations;
 }
 
-/// An edit that was made under the name of a record while that was sent waits for the next push.
+/// An edit that was made under the name of a record while that was sent is sent anew: the request
+/// for it that waits was made with what was known of the record before.
 void SyncManager::localChangesPushed(const std::vector<CKRecord>& saved,
                                      const std::vector<CKRecordID>& deleted) {
   print("Local changes pushed successfully!");
   const auto deletedNames = namesOf(deleted);
+  bool isEdited = false;
   // After a failure, which is on the system log, all of it is sent once more.
   (void)defaults_.transact([&](Transaction& transaction) {
     LocalChangesEdit edit(transaction, platform_.systemLog);
@@ -119,15 +124,17 @@ void SyncManager::localChangesPushed(const std::vector<CKRecord>& saved,
     for (const auto& record : saved) {
       transaction.setEntry(RecordMetadata::key, record.recordID().recordName,
                            metadata_.getMetadata(record));
-      edit.removeSent(record);
+      if (!edit.removeSent(record)) isEdited = true;
     }
     // One that is made again under the same name is a new record.
     for (const auto& name : deletedNames) {
       transaction.setEntry(RecordMetadata::key, name, std::nullopt);
+      if (edit.isAdded(name)) isEdited = true;
     }
   });
   defaults_.synchronize();
   tell(SyncPushEvent{});
+  if (isEdited) push(1);
 }
 
 /// Those that are part of the way to the end are none.
@@ -148,6 +155,7 @@ void SyncManager::tellFailure(PushReaction reaction, const CKError& error) const
   tell(SyncFailureEvent{error.localizedDescription});
 }
 
+/// While the queue cannot be written, a push would only fail in the same way, again and again.
 void SyncManager::pushFailed(const std::optional<CKRecordID>& recordID, const CKError& error,
                              std::size_t split) {
   const std::string name = recordID ? recordID->recordName : std::string();
@@ -159,17 +167,15 @@ void SyncManager::pushFailed(const std::optional<CKRecordID>& recordID, const CK
       repushAfter(error);
       break;
     case PushReaction::cancelAll:
-      queue_->cancelAllOperations();
+      cancelAllOperations();
       break;
     case PushReaction::forgetRecord:
-      forget(name);
-      push(1);
+      if (localChanges_.change([&](LocalChangesEdit& edit) { edit.forget({name}); })) push(1);
       break;
     case PushReaction::mergeConflict:
       // There is nothing to merge with when the cloud does not say what it has.
       if (!error.serverRecord || !error.clientRecord || !error.ancestorRecord) break;
-      mergeConflict(*error.serverRecord, *error.clientRecord, *error.ancestorRecord);
-      push(1);
+      if (mergeConflict(*error.serverRecord, *error.clientRecord, *error.ancestorRecord)) push(1);
       break;
     case PushReaction::saveZoneAgain:
       saveZoneAgain();
@@ -182,10 +188,6 @@ void SyncManager::pushFailed(const std::optional<CKRecordID>& recordID, const CK
   }
 }
 
-void SyncManager::forget(const std::string& recordName) {
-  (void)localChanges_.change([&](LocalChangesEdit& edit) { edit.forget({recordName}); });
-}
-
 void SyncManager::repushAfter(const CKError& error) {
   repushLocalChangesAfter(error.retryAfter.value_or(lastRequestDelay_));
 }
@@ -194,7 +196,8 @@ void SyncManager::repushAfter(const CKError& error) {
 /// while the server is away would lead to as many again.
 void SyncManager::repushLocalChangesAfter(double seconds) {
   const auto delay = delayOf(seconds);
-  const auto deadline = platform_.mainQueue.now() + delay;
+  const auto now = platform_.mainQueue.now();
+  const auto deadline = now + std::min(delay, Executor::Time::max() - now);
   print(fmt::format("Retrying data push in DispatchTime(rawValue: {}) secs ..",
                     deadline.time_since_epoch().count()));
   platform_.mainQueue.postAfter(delay,

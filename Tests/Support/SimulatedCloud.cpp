@@ -70,11 +70,12 @@ class SimulatedCloud::Backend final : public CloudBackend {
 
   CKResult<CKAccountStatus> accountStatus(const CloudCall& call) override {
     return answer<CKAccountStatus>(
-        call, [](User&) -> CKResult<CKAccountStatus> { return CKAccountStatus::available; });
+        CloudRequest::accountStatus, call,
+        [&](User&) -> CKResult<CKAccountStatus> { return cloud_.accountStatus_; });
   }
 
   CKResult<void> saveZone(const CKRecordZoneID& zoneID, const CloudCall& call) override {
-    return answer<void>(call, [&](User& user) -> CKResult<void> {
+    return answer<void>(CloudRequest::saveZone, call, [&](User& user) -> CKResult<void> {
       const auto [place, isNew] = user.zones.try_emplace(zoneID.zoneName);
       if (!isNew) return failure(CKErrorCode::serverRejectedRequest, "The zone is there already.");
       place->second.epoch = ++cloud_.epochCount_;
@@ -83,7 +84,7 @@ class SimulatedCloud::Backend final : public CloudBackend {
   }
 
   CKResult<void> deleteZone(const CKRecordZoneID& zoneID, const CloudCall& call) override {
-    return answer<void>(call, [&](User& user) -> CKResult<void> {
+    return answer<void>(CloudRequest::deleteZone, call, [&](User& user) -> CKResult<void> {
       if (user.zones.erase(zoneID.zoneName) == 0) return noSuchZone(zoneID);
       return {};
     });
@@ -91,7 +92,7 @@ class SimulatedCloud::Backend final : public CloudBackend {
 
   CKResult<void> saveSubscription(const CKSubscription& subscription,
                                   const CloudCall& call) override {
-    return answer<void>(call, [&](User& user) -> CKResult<void> {
+    return answer<void>(CloudRequest::saveSubscription, call, [&](User& user) -> CKResult<void> {
       const auto zone = user.zones.find(subscription.zoneID.zoneName);
       if (zone == user.zones.end()) return noSuchZone(subscription.zoneID);
       auto& saved = zone->second.subscriptionID;
@@ -106,41 +107,46 @@ class SimulatedCloud::Backend final : public CloudBackend {
 
   CKResult<CloudBatchResult> modifyRecords(const CloudBatch& batch,
                                            const CloudCall& call) override {
-    return answer<CloudBatchResult>(call, [&](User& user) -> CKResult<CloudBatchResult> {
-      const auto found = user.zones.find(batch.zoneID.zoneName);
-      if (found == user.zones.end()) return noSuchZone(batch.zoneID);
-      auto& zone = found->second;
-      if (auto conflicts = conflictsIn(batch, zone); !conflicts.empty()) {
-        auto error = makeError(CKErrorCode::partialFailure, "Some records have changed.");
-        error.partialErrorsByItemID = std::move(conflicts);
-        return tl::unexpected(error);
-      }
-      auto result = apply(batch, zone);
-      if (!zone.subscriptionID.empty()) {
-        cloud_.tell(user_, {CloudEvent::Kind::zoneChanged, zone.subscriptionID});
-      }
-      return result;
-    });
+    return answer<CloudBatchResult>(
+        CloudRequest::modifyRecords, call,
+        [&](User& user) -> CKResult<CloudBatchResult> {
+          const auto found = user.zones.find(batch.zoneID.zoneName);
+          if (found == user.zones.end()) return noSuchZone(batch.zoneID);
+          auto& zone = found->second;
+          if (auto conflicts = conflictsIn(batch, zone); !conflicts.empty()) {
+            auto error = makeError(CKErrorCode::partialFailure, "Some records have changed.");
+            error.partialErrorsByItemID = std::move(conflicts);
+            return tl::unexpected(error);
+          }
+          auto result = apply(batch, zone);
+          if (!zone.subscriptionID.empty()) {
+            cloud_.tell(user_, {CloudEvent::Kind::zoneChanged, zone.subscriptionID});
+          }
+          return result;
+        },
+        &batch);
   }
 
   CKResult<CloudChanges> fetchChanges(const CKRecordZoneID& zoneID,
                                       const std::optional<CKServerChangeToken>& token,
                                       std::size_t limit, const CloudCall& call) override {
-    return answer<CloudChanges>(call, [&](User& user) -> CKResult<CloudChanges> {
-      const auto found = user.zones.find(zoneID.zoneName);
-      if (found == user.zones.end()) return noSuchZone(zoneID);
-      return changesBehind(found->second, zoneID, token, limit);
-    });
+    return answer<CloudChanges>(
+        CloudRequest::fetchChanges, call, [&](User& user) -> CKResult<CloudChanges> {
+          const auto found = user.zones.find(zoneID.zoneName);
+          if (found == user.zones.end()) return noSuchZone(zoneID);
+          return changesBehind(found->second, zoneID, token, std::min(limit, cloud_.pageSize_));
+        });
   }
 
   CKResult<CloudKeyValues> exchangeKeyValues(const CloudKeyValueChanges& changes,
                                              const std::optional<CKServerChangeToken>& token,
                                              const CloudCall& call) override {
-    return answer<CloudKeyValues>(call, [&](User& user) { return exchange(user, changes, token); });
+    return answer<CloudKeyValues>(CloudRequest::exchangeKeyValues, call,
+                                  [&](User& user) { return exchange(user, changes, token); });
   }
 
   CKResult<void> addPublicRecord(const CKRecord& record, const CloudCall& call) override {
-    return answer<void>(call, [&](User&) -> CKResult<void> {
+    return answer<void>(CloudRequest::addPublicRecord, call, [&](User&) -> CKResult<void> {
       auto& records = cloud_.publicRecords_;
       const auto isThere = std::any_of(records.begin(), records.end(), [&](const auto& added) {
         return added.recordID() == record.recordID();
@@ -159,16 +165,15 @@ class SimulatedCloud::Backend final : public CloudBackend {
   friend class SimulatedCloud;
 
   template <typename Value, typename Work>
-  CKResult<Value> answer(const CloudCall& call, const Work& work) {
+  CKResult<Value> answer(CloudRequest request, const CloudCall& call, const Work& work,
+                         const CloudBatch* batch = nullptr) {
+    if (call.isCancelled()) return failure(CKErrorCode::operationCancelled, "Cancelled.");
+    if (const auto watching = cloud_.watching()) watching(request, batch);
     std::unique_lock lock(cloud_.mutex_);
     if (!cloud_.waitForRelease(lock, call)) {
       return failure(CKErrorCode::operationCancelled, "Cancelled.");
     }
-    if (!cloud_.failures_.empty()) {
-      auto error = std::move(cloud_.failures_.front());
-      cloud_.failures_.pop_front();
-      return tl::unexpected(std::move(error));
-    }
+    if (auto error = cloud_.takeFailure(request)) return tl::unexpected(*std::move(error));
     auto result = work(cloud_.userNamed(user_));
     auto& callsBefore = cloud_.callsBeforeLostAnswer_;
     if (callsBefore && (*callsBefore)-- == 0) {
@@ -300,7 +305,42 @@ std::vector<CKRecord> SimulatedCloud::publicRecords() {
 
 void SimulatedCloud::failWith(CKError error) {
   const std::lock_guard lock(mutex_);
-  failures_.push_back(std::move(error));
+  failures_.push_back({std::nullopt, std::move(error)});
+}
+
+void SimulatedCloud::failWith(CloudRequest request, CKError error) {
+  const std::lock_guard lock(mutex_);
+  failures_.push_back({request, std::move(error)});
+}
+
+std::optional<CKError> SimulatedCloud::takeFailure(CloudRequest request) {
+  const auto found = std::ranges::find_if(failures_, [&](const Failure& failure) {
+    return !failure.request || failure.request == request;
+  });
+  if (found == failures_.end()) return std::nullopt;
+  auto error = std::move(found->error);
+  failures_.erase(found);
+  return error;
+}
+
+void SimulatedCloud::watch(std::function<void(CloudRequest, const CloudBatch*)> told) {
+  const std::lock_guard lock(mutex_);
+  watching_ = std::move(told);
+}
+
+std::function<void(CloudRequest, const CloudBatch*)> SimulatedCloud::watching() {
+  const std::lock_guard lock(mutex_);
+  return watching_;
+}
+
+void SimulatedCloud::setAccountStatus(CKAccountStatus status) {
+  const std::lock_guard lock(mutex_);
+  accountStatus_ = status;
+}
+
+void SimulatedCloud::setPageSize(std::size_t size) {
+  const std::lock_guard lock(mutex_);
+  pageSize_ = size;
 }
 
 void SimulatedCloud::loseAnswer(std::size_t callsBefore) {

@@ -2,9 +2,11 @@
 
 #include <atomic>
 #include <condition_variable>
+#include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <functional>
+#include <limits>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -15,6 +17,17 @@
 #include "Platform/CloudKit/CloudBackend.h"
 
 namespace orvane::test {
+
+enum class CloudRequest {
+  accountStatus,
+  saveZone,
+  deleteZone,
+  saveSubscription,
+  modifyRecords,
+  fetchChanges,
+  exchangeKeyValues,
+  addPublicRecord,
+};
 
 /// A cloud in memory: what all its users have. Any thread.
 class SimulatedCloud {
@@ -30,10 +43,20 @@ class SimulatedCloud {
 
   /// The next calls, whatever they are, fail with these errors, in this order.
   void failWith(CKError error);
+  /// The next such requests fail with these errors, in this order.
+  void failWith(CloudRequest request, CKError error);
   /// The call after that many others is carried out, and its answer lost.
   void loseAnswer(std::size_t callsBefore = 0);
   /// Calls wait, until they are cancelled or this is taken back.
   void hold(bool isHeld);
+
+  /// Called inside every request before it is carried out, on its thread, with the batch of one
+  /// that modifies records.
+  void watch(std::function<void(CloudRequest request, const CloudBatch* batch)> told);
+
+  void setAccountStatus(CKAccountStatus status);
+  /// A fetch brings at most so much.
+  void setPageSize(std::size_t size);
 
  private:
   class Backend;
@@ -63,6 +86,13 @@ class SimulatedCloud {
 
   bool waitForRelease(std::unique_lock<std::mutex>& lock, const CloudCall& call);
   User& userNamed(const std::string& name);
+  struct Failure {
+    std::optional<CloudRequest> request;  ///< nothing when any request fails
+    CKError error;
+  };
+
+  std::optional<CKError> takeFailure(CloudRequest request);
+  std::function<void(CloudRequest, const CloudBatch*)> watching();
   void tell(const std::string& user, const CloudEvent& event);
 
   std::mutex mutex_;
@@ -72,8 +102,11 @@ class SimulatedCloud {
   std::map<std::string, User> users_;
   std::vector<CKRecord> publicRecords_;
   std::uint64_t epochCount_ = 0;
-  std::deque<CKError> failures_;
+  std::deque<Failure> failures_;
   std::optional<std::size_t> callsBeforeLostAnswer_;
+  std::function<void(CloudRequest, const CloudBatch*)> watching_;
+  CKAccountStatus accountStatus_ = CKAccountStatus::available;
+  std::size_t pageSize_ = std::numeric_limits<std::size_t>::max();
   std::set<Backend*> backends_;
 };
 

@@ -20,6 +20,10 @@ class TwoMachines : public ::testing::Test {
     to.run();
   }
 
+  static std::vector<Rule> rulesOf(SyncingMachine& machine) {
+    return machine.dataManager.configurablePackage(ConfigurablePackageType::BlockURL)->rules;
+  }
+
   SyncingMachine first;
   SyncingMachine second{anotherMachine(first)};
 };
@@ -29,6 +33,49 @@ TEST_F(TwoMachines, ARuleOfOneIsTheOthersToo) {
   sync(first, second);
   EXPECT_THAT(second.rules().value(), ElementsAre("a"));
   EXPECT_EQ(second.reloads, 1U);
+}
+
+TEST_F(TwoMachines, ChangesOfOneReachTheOther) {
+  ASSERT_TRUE(first.add(blockRule("a")));
+  ASSERT_TRUE(first.add(blockRule("b")));
+  sync(first, second);
+  ASSERT_TRUE(first.add(blockRule("a", "changed")));
+  ASSERT_TRUE(first.dataManager.replaceRule(blockRule("b"), std::nullopt,
+                                            ConfigurablePackageType::BlockURL));
+  sync(first, second);
+  EXPECT_THAT(rulesOf(second), ElementsAre(blockRule("a", "changed")));
+}
+
+TEST_F(TwoMachines, EndWithTheLaterEditOfARuleThatBothHaveChanged) {
+  ASSERT_TRUE(first.add(blockRule("a")));
+  sync(first, second);
+  ASSERT_TRUE(first.add(blockRule("a", "first")));
+  ASSERT_TRUE(second.add(blockRule("a", "second")));
+  sync(first, second);
+  sync(second, first);
+  EXPECT_THAT(rulesOf(first), ElementsAre(blockRule("a", "second")));
+  EXPECT_THAT(rulesOf(second), ElementsAre(blockRule("a", "second")));
+}
+
+TEST_F(TwoMachines, RestoredFromABackupFindTheirRulesInTheCloudOneARequest) {
+  constexpr std::size_t count = 20;
+  for (std::size_t number = 0; number < count; ++number) {
+    ASSERT_TRUE(first.add(blockRule(std::to_string(number))));
+  }
+  first.run();
+  second.machine.fileSystem.files = first.machine.fileSystem.files;
+  std::size_t saves = 0;
+  second.cloud().watch([&](CloudRequest request, const CloudBatch* /*batch*/) {
+    if (request == CloudRequest::modifyRecords) ++saves;
+  });
+  second.sync->update({*second.dataManager.configurablePackage(ConfigurablePackageType::BlockURL)});
+  second.run();
+  // One for each rule, and one for the package, which the cloud did not have.
+  EXPECT_EQ(saves, count + 1);
+  EXPECT_EQ(second.defaults().object("AddedRules"), Value(Dictionary{}));
+  EXPECT_EQ(second.defaults().object("AddedPackages"), Value(Dictionary{}));
+  sync(second, first);
+  EXPECT_EQ(rulesOf(first), rulesOf(second));
 }
 
 }  // namespace
