@@ -6,8 +6,8 @@
 #include <map>
 #include <memory>
 #include <mutex>
-#include <set>
 #include <string>
+#include <vector>
 
 #include "Platform/CloudKit/CloudBackend.h"
 
@@ -60,7 +60,8 @@ class SimulatedCloud {
   std::uint64_t epochCount_ = 0;
   std::deque<CKError> failures_;
   bool losesAnswer_ = false;
-  std::set<Backend*> backends_;
+  /// In the order in which they were connected, so that a run can be repeated.
+  std::vector<Backend*> backends_;
 };
 
 }  // namespace orvane::test
