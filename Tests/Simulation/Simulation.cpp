@@ -239,7 +239,10 @@ void Simulation::endFaults() {
     machine->state.access.hasAccount = true;
     for (auto* process :
          {static_cast<SimulatedProcess*>(machine->companion.get()), machine->browser.get()}) {
-      if (process != nullptr) process->risk().stopDying();
+      if (process == nullptr) continue;
+      process->risk().stopDying();
+      // What a full disk could not take waits for the next save.
+      process->dataManager().save(PackageCollectionType::custom, nullptr);
     }
     startProcesses(*machine);
   }
