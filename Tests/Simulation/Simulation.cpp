@@ -334,15 +334,20 @@ void Simulation::fail(const std::string& what) {
 }
 
 /// Whether machines may keep different versions of it for good.
-bool Simulation::isException(const std::string& id, const Fields* version) const {
+bool Simulation::isException(const std::string& id, const Fields* version) {
   const auto& history = world_.history;
   const auto package = version == nullptr ? world_.model.packageOf(id) : packageOf(*version);
-  const auto isOne = [&](const std::string& name) {
-    return history.neverSent.contains(name) || history.ofDeletedZone().contains(name) ||
-           stuckIDs_.contains(name);
+  const bool hasOwnPackage = package && !isConfigurable(*package);
+  const auto isIn = [&](const std::set<std::string>& names) {
+    return names.contains(id) || (hasOwnPackage && names.contains(*package));
   };
-  if (isOne(id) || history.orphaned().contains(id)) return true;
-  return package && !isConfigurable(*package) && isOne(*package);
+  const char* why = nullptr;
+  if (isIn(history.neverSent)) why = "NeverSent";
+  if (history.orphaned().contains(id)) why = "Orphaned";
+  if (isIn(history.ofDeletedZone())) why = "OfDeletedZone";
+  if (isIn(stuckIDs_)) why = "BehindADeletedZone";
+  if (why != nullptr) ++counts_[why];
+  return why != nullptr;
 }
 
 /// A machine that would save a record of a zone that was deleted meanwhile saves nothing more.
@@ -397,33 +402,33 @@ void Simulation::checkContents(Machine& machine, const Contents& cloud) {
     const auto package = packageOf(local == nullptr ? *remote : *local);
     const bool isGhost =
         remote == nullptr && (overtaken.contains(id) || (package && overtaken.contains(*package)));
-    if (isGhost) continue;
+    if (isGhost) {
+      ++counts_["Overtaken"];
+      continue;
+    }
     fail(fmt::format("{} of {}: {}\n  in the cloud: {}", id, machine.state.name(),
                      description(local), description(remote)));
   }
 }
 
 void Simulation::checkModel(const Contents& cloud) {
-  for (const auto& id : world_.model.ids()) {
-    if (isConfigurable(id)) continue;
+  std::set<std::string> ids;
+  for (const auto& id : world_.model.ids()) ids.insert(id);
+  for (const auto& [id, fields] : cloud) ids.insert(id);
+  for (const auto& id : ids) {
     const auto* found = find(cloud, id);
-    if (isException(id, found)) continue;
-    if (found == nullptr) {
-      const auto package = world_.model.packageOf(id);
-      const bool isWithPackage = package && !isConfigurable(*package) &&
-                                 !cloud.contains(*package) && world_.model.wasDeleted(*package);
-      if (isWithPackage) continue;
-    }
+    if (isConfigurable(id) || (found == nullptr && isGoneWithItsPackage(id, cloud))) continue;
     const auto objection =
         world_.model.objectionTo(id, found == nullptr ? std::nullopt : std::optional(*found));
-    if (objection) fail(fmt::format("{}: {}", *objection, description(found)));
+    if (!objection || isException(id, found)) continue;
+    fail(fmt::format("{}: {}", *objection, description(found)));
   }
-  for (const auto& [id, fields] : cloud) {
-    if (const auto objection = world_.model.objectionTo(id, fields);
-        objection && !isException(id, &fields)) {
-      fail(*objection);
-    }
-  }
+}
+
+bool Simulation::isGoneWithItsPackage(const std::string& id, const Contents& cloud) const {
+  const auto package = world_.model.packageOf(id);
+  return package && !isConfigurable(*package) && !cloud.contains(*package) &&
+         world_.model.wasDeleted(*package);
 }
 
 void Simulation::checkPreferences() {
@@ -491,7 +496,7 @@ void Simulation::checkLastRound() {
       if (found != nullptr && *found == fields) continue;
       if (isException(id, &fields)) continue;
       if (world_.model.isMixed(id)) {
-        ++editsGivenUp_;
+        ++counts_["EditsGivenUpWithoutAFault"];
       } else {
         fail(fmt::format("The last edit of {} on {} is gone: {}\n  in the cloud: {}", id, name,
                          description(&fields), description(found)));
@@ -517,7 +522,7 @@ Simulation::Result Simulation::run() {
     if (machine->state.machine->time.nextDue()) fail("Something waits on " + machine->state.name());
     endProcesses(*machine);
   }
-  return {failure_, world_.trace.text(), editsGivenUp_};
+  return {failure_, world_.trace.text(), counts_};
 }
 
 }  // namespace orvane::test

@@ -1,6 +1,8 @@
 #include <cstdint>
 #include <cstdlib>
 #include <iostream>
+#include <map>
+#include <optional>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -39,13 +41,16 @@ TEST_P(Simulating, MachinesAgreeOnceTheFaultsHaveEnded) {
     return;
   }
   const auto end = number("SIMULATION_SEEDS").value_or(usualSeeds);
-  std::size_t editsGivenUp = 0;
+  std::map<std::string, std::size_t> counts;
   for (auto seed = GetParam(); seed < end; seed += shardCount) {
     const auto result = Simulation(seed).run();
     ASSERT_FALSE(result.failure) << report(seed, result);
-    editsGivenUp += result.editsGivenUp;
+    for (const auto& [what, count] : result.counts) counts[what] += count;
   }
-  RecordProperty("EditsGivenUpByTheMerge", std::to_string(editsGivenUp));
+  for (const auto& [what, count] : counts) {
+    RecordProperty(what, std::to_string(count));
+    std::cout << what << ": " << count << "\n";
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(Seeds, Simulating, ::testing::Range<std::uint64_t>(0, shardCount));
