@@ -153,6 +153,9 @@ CKResult<CloudBatchResult> FaultyCloud::modifyRecords(const CloudBatch& batch,
                                                       const CloudCall& call) {
   if (const auto failure = failureBefore()) return tl::unexpected(*failure);
   note("pushes" + description(batch));
+  for (const auto& record : batch.recordsToSave) {
+    world_.noteOnItsWay(record.recordID().recordName);
+  }
   const auto count = batch.recordsToSave.size() + batch.recordIDsToDelete.size();
   if (count > world_.faults.batchLimit) return tl::unexpected(error(CKErrorCode::limitExceeded));
   if (world_.faults.isOn && world_.random.chance(world_.faults.errorPercent)) {
@@ -194,6 +197,7 @@ CKResult<CloudChanges> FaultyCloud::fetchChanges(const CKRecordZoneID& zoneID,
   });
   if (!result) return result;
   note("fetches" + description(*result));
+  for (const auto& record : result->changed) world_.noteOnItsWay(record.recordID().recordName);
   access_.watch.answered(*result, access_.hasPagesToApply());
   return result;
 }

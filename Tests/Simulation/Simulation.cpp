@@ -486,7 +486,9 @@ void Simulation::checkLastRound() {
     user_.addPackage(process, name);
     user_.renamePackage(process, name);
     const auto intended = contents(*machine);
-    if (!settle()) return;
+    rest();
+    checkSame("After what " + name + " has done last had come to the others by itself");
+    if (failure_ || !settle()) return;
     checkSame("After the last round of " + name);
     const auto cloud = cloudContents();
     for (const auto& [id, fields] : intended) {

@@ -1,5 +1,6 @@
 #include "Tests/Simulation/User.h"
 
+#include <algorithm>
 #include <array>
 #include <utility>
 
@@ -93,6 +94,12 @@ std::optional<User::Place> User::anyPlace(SimulatedProcess& process) {
     }
   }
   if (places.empty()) return std::nullopt;
+  if (!world_.onTheirWay.empty() && world_.random.chance(60)) {
+    const auto& id = world_.random.oneOf(world_.onTheirWay);
+    const auto found =
+        std::ranges::find(places, id, [](const Place& place) { return place.rule.id; });
+    if (found != places.end()) return *found;
+  }
   return world_.random.oneOf(places);
 }
 

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <memory>
 #include <string>
 
@@ -33,6 +34,12 @@ struct World {
   explicit World(std::uint64_t seed, std::size_t traceLength = 80)
       : random(seed), trace(traceLength) {}
 
+  void noteOnItsWay(const std::string& recordName) {
+    constexpr std::size_t most = 6;
+    onTheirWay.push_back(recordName);
+    if (onTheirWay.size() > most) onTheirWay.pop_front();
+  }
+
   static constexpr const char* user = "mia";
 
   Random random;
@@ -40,6 +47,8 @@ struct World {
   CloudFaults faults;
   CloudHistory history;
   UserModel model;
+  /// The records that were on their way lately: what is done to them now is done at a bad time.
+  std::deque<std::string> onTheirWay;
   std::shared_ptr<SimulatedCloud> cloud = std::make_shared<SimulatedCloud>();
 };
 
