@@ -175,11 +175,15 @@ void DataManager::mergeRemoteRule(const Rule& rule, std::string_view packageIden
 }
 
 void DataManager::removeItem(std::string_view identifier) {
-  if (contains(customPackages(), identifier)) {
-    makeUnsaved(RemovingPackage{std::string(identifier)}, nullptr);
-  } else {
-    makeUnsaved(RemovingRule{std::string(identifier)}, nullptr);
+  const std::string item(identifier);
+  if (contains(customPackages(), item)) return makeUnsaved(RemovingPackage{item}, nullptr);
+  if (listConcerned(RemovingRule{item}, userPackages())) {
+    return makeUnsaved(RemovingRule{item}, nullptr);
   }
+  // Another process may have saved it since the files were read: the save then finds it.
+  unsaved_.push_back({UserList::configurable, RemovingRule{item}, nullptr});
+  unsaved_.push_back({UserList::custom, RemovingRule{item}, nullptr});
+  unsaved_.push_back({UserList::custom, RemovingPackage{item}, nullptr});
 }
 
 bool DataManager::save(PackageCollectionType /*kind*/, SafariReloadingHandler completion) {
