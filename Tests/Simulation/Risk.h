@@ -15,16 +15,22 @@
 
 namespace orvane::test {
 
+/// What cannot be written for a while.
+struct DiskFailures {
+  bool ofFiles = false;
+  bool ofKeysAndValues = false;
+};
+
 /// What a process may do to the world around it. Death comes in front of an effect: whatever the
 /// process was in the middle of, nothing of the rest happens.
 class Risk {
  public:
-  /// `diskIsFull` is the machine's; `kill` is called once, at the death.
-  Risk(const bool& diskIsFull, std::function<void()> kill)
-      : diskIsFull_(diskIsFull), kill_(std::move(kill)) {}
+  /// The failures are the machine's; `kill` is called once, at the death.
+  Risk(const DiskFailures& disk, std::function<void()> kill)
+      : disk_(disk), kill_(std::move(kill)) {}
 
   bool isDead() const { return isDead_; }
-  bool isDiskFull() const { return diskIsFull_; }
+  bool failsToWriteFiles() const { return disk_.ofFiles; }
   /// How many changes of keys and values were refused.
   std::size_t refused() const { return refused_; }
 
@@ -41,15 +47,15 @@ class Risk {
     return !isDead_;
   }
   /// Whether something is written.
-  bool mayWrite() { return mayHappen() && !diskIsFull_; }
+  bool mayWrite() { return mayHappen() && !disk_.ofFiles; }
   bool mayTransact() {
-    const bool may = mayWrite();
+    const bool may = mayHappen() && !disk_.ofKeysAndValues;
     if (!may) ++refused_;
     return may;
   }
 
  private:
-  const bool& diskIsFull_;
+  const DiskFailures& disk_;
   std::function<void()> kill_;
   bool isDead_ = false;
   std::size_t refused_ = 0;

@@ -32,7 +32,7 @@ SimulatedProcess::SimulatedProcess(World& world, MachineState& state, SyncManage
     : world_(world),
       state_(state),
       base_(state.machine, userDirectories()),
-      risk_(state.diskIsFull, [this] { base_.kill(); }),
+      risk_(state.disk, [this] { base_.kill(); }),
       files_(state.machine->fileSystem, risk_),
       fileManager_(files_, userDirectories()),
       bundle_(fileManager_, TestPlatform::bundle, PropertyListValue::Dictionary()),

@@ -28,7 +28,7 @@ struct MachineState {
   bool hasEntries(std::string_view key);
 
   std::shared_ptr<TestMachine> machine = std::make_shared<TestMachine>();
-  bool diskIsFull = false;
+  DiskFailures disk;
   CloudAccess access;
 
   /// For whoever looks at the machine from outside.

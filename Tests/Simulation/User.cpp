@@ -73,7 +73,7 @@ Answer User::answerOf(SimulatedProcess& process, bool isDone, std::size_t refuse
     return Answer::doubtful;
   }
   if (isDone) return Answer::acknowledged;
-  if (risk.isDiskFull()) {
+  if (risk.failsToWriteFiles()) {
     process.unsaved.insert(process.unsaved.end(), ids.begin(), ids.end());
   }
   return Answer::doubtful;
