@@ -76,7 +76,7 @@ void Simulation::drawFaults() {
   if (random.chance(50)) faults.batchLimit = random.between(2, 8);
   deletesZone_ = random.chance(10);
   if (random.chance(60)) deathPerMille_ = random.between(1, 20);
-  fillsDisks_ = random.chance(30);
+  fillsDisks_ = random.chance(40);
   losesAccounts_ = random.chance(40);
 }
 
@@ -200,6 +200,10 @@ void Simulation::disturb() {
     auto& disk = machine.state.disk;
     if (random.chance(60)) disk.ofFiles = !disk.ofFiles;
     if (random.chance(60)) disk.ofKeysAndValues = !disk.ofKeysAndValues;
+    // What only the memory has must not count as kept.
+    if (machine.companion && deathPerMille_ != 0 && random.chance(50)) {
+      machine.companion->risk().dieAfter(random.below(60));
+    }
     world_.trace.note(name, fmt::format("writes {}files and {}keys", disk.ofFiles ? "no " : "",
                                         disk.ofKeysAndValues ? "no " : ""));
   } else if (kind < 4 && losesAccounts_) {
