@@ -43,6 +43,7 @@ void CloudHistory::deleted(const std::string& name) {
 }
 
 void CloudHistory::zoneDeleted() {
+  hadZoneDeleted_ = true;
   ofDeletedZone_.insert(everSaved_.begin(), everSaved_.end());
   packages_.clear();
   rules_.clear();

@@ -21,6 +21,8 @@ class CloudHistory {
   /// Whatever was saved in a zone that was deleted later: machines keep it, with change tags of
   /// the old zone.
   const std::set<std::string>& ofDeletedZone() const { return ofDeletedZone_; }
+  /// Its subscription has gone with it, and no machine makes another one.
+  bool hadZoneDeleted() const { return hadZoneDeleted_; }
 
   /// Changes that a machine was told to forget, since the cloud would never take them, and those
   /// that a machine has made and could not keep for the cloud.
@@ -36,6 +38,7 @@ class CloudHistory {
   std::set<std::string> everSaved_;
   std::set<std::string> orphaned_;
   std::set<std::string> ofDeletedZone_;
+  bool hadZoneDeleted_ = false;
 };
 
 }  // namespace orvane::test

@@ -483,7 +483,7 @@ void Simulation::checkAgain() {
 
 /// Without faults, one machine after the other: what it does is what all have.
 void Simulation::checkLastRound() {
-  if (!world_.history.ofDeletedZone().empty()) return;
+  if (world_.history.hadZoneDeleted()) return;
   for (const auto& machine : machines_) {
     const auto& name = machine->state.name();
     auto& process = *machine->companion;
