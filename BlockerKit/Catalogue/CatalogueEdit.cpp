@@ -51,6 +51,11 @@ bool concerns(const SettingPackage& /*edit*/, UserList list,
   return list == UserList::custom;
 }
 
+bool concerns(const NamingPackage& /*edit*/, UserList list,
+              const std::vector<Package>& /*packages*/) {
+  return list == UserList::custom;
+}
+
 bool concerns(const RemovingPackage& edit, UserList list, const std::vector<Package>& packages) {
   return list == UserList::custom && indexOf(packages, edit.identifier).has_value();
 }
@@ -112,6 +117,15 @@ void make(const SettingPackage& edit, EditablePackages& list) {
     list.edit()[*index] = edit.package;
   } else {
     list.edit().push_back(edit.package);
+  }
+}
+
+void make(const NamingPackage& edit, EditablePackages& list) {
+  const auto index = indexOf(list.get(), edit.identifier);
+  if (index) {
+    list.edit()[*index].name = edit.name;
+  } else {
+    list.edit().push_back({edit.identifier, edit.name, {}});
   }
 }
 

@@ -52,6 +52,13 @@ struct SettingPackage {
   Package package;
 };
 
+/// Gives the custom package with that id another name, and leaves its rules to whoever changes them
+/// meanwhile; makes an empty one when there is none.
+struct NamingPackage {
+  std::string identifier;
+  std::string name;
+};
+
 /// Removes the custom package with that id.
 struct RemovingPackage {
   std::string identifier;
@@ -65,7 +72,7 @@ struct RemovingRule {
 /// An edit of one of the lists. It says what is wanted by identifiers, so that it can be made again
 /// on a list that another process has changed.
 using CatalogueEdit = std::variant<SettingRule, SettingRules, ReplacingRule, SettingPackage,
-                                   RemovingPackage, RemovingRule>;
+                                   NamingPackage, RemovingPackage, RemovingRule>;
 
 /// The list that the edit is about: the first that has what is to be changed. Nothing when none
 /// has.

@@ -159,6 +159,10 @@ void DataManager::addPackage(const Package& package) {
         fmt::format("There's already a configurable package with ID {}", package.id));
     return;
   }
+  // Another process may have changed the rules since the files were read.
+  const auto* held = packageWithIdentifier(userPackages(), package.id);
+  const bool hasRulesHeld = held == nullptr ? package.rules.empty() : package.rules == held->rules;
+  if (hasRulesHeld) return makeUnsaved(NamingPackage{package.id, package.name}, nullptr);
   makeUnsaved(SettingPackage{package}, nullptr);
 }
 
@@ -181,11 +185,15 @@ void DataManager::mergeRemoteRules(std::vector<Rule> rules, std::string_view pac
 }
 
 void DataManager::removeItem(std::string_view identifier) {
-  if (contains(customPackages(), identifier)) {
-    makeUnsaved(RemovingPackage{std::string(identifier)}, nullptr);
-  } else {
-    makeUnsaved(RemovingRule{std::string(identifier)}, nullptr);
+  const std::string item(identifier);
+  if (contains(customPackages(), item)) return makeUnsaved(RemovingPackage{item}, nullptr);
+  if (listConcerned(RemovingRule{item}, userPackages())) {
+    return makeUnsaved(RemovingRule{item}, nullptr);
   }
+  // Another process may have saved it since the files were read: the save then finds it.
+  unsaved_.push_back({UserList::configurable, RemovingRule{item}, nullptr});
+  unsaved_.push_back({UserList::custom, RemovingRule{item}, nullptr});
+  unsaved_.push_back({UserList::custom, RemovingPackage{item}, nullptr});
 }
 
 bool DataManager::save(PackageCollectionType /*kind*/, SafariReloadingHandler completion) {

@@ -89,12 +89,12 @@ void FetchedPages::store(KeyValueDatabase::Transaction& transaction, const std::
   transaction.setEntry(key, name, dictionaryOf(pass));
 }
 
-void FetchedPages::remove(const std::vector<std::string>& names) {
-  if (names.empty()) return;
-  // After a failure, which is on the system log, they are applied once more, which changes nothing.
-  (void)defaults_.transact([&](KeyValueDatabase::Transaction& transaction) {
+bool FetchedPages::remove(const std::vector<std::string>& names) {
+  if (names.empty()) return true;
+  const auto removed = defaults_.transact([&](KeyValueDatabase::Transaction& transaction) {
     for (const auto& name : names) transaction.setEntry(key, name, std::nullopt);
   });
+  return removed.has_value();
 }
 
 }  // namespace orvane

@@ -38,8 +38,9 @@ class FetchedPages {
   std::string nextName();
   static void store(KeyValueDatabase::Transaction& transaction, const std::string& name,
                     const FetchPass& pass);
-  /// The pages are in the package files.
-  void remove(const std::vector<std::string>& names);
+  /// The pages are in the package files. False when that cannot be written: a page that is older
+  /// than what has been removed must not be found by the next process, which would undo the newer.
+  bool remove(const std::vector<std::string>& names);
 
  private:
   NSUserDefaults& defaults_;

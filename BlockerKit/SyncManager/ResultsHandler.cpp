@@ -55,9 +55,8 @@ void ResultsHandler::applyOnMainQueue(const RemoteChanges& changes,
     dataManager_.mergeRemoteRules(std::move(rules), package);
   }
   std::ranges::copy(pages, std::back_inserter(pagesUnsaved_));
-  if (dataManager_.save(PackageCollectionType::custom, std::move(completion))) {
-    pagesSaved_(std::exchange(pagesUnsaved_, {}));
-  }
+  const bool isSaved = dataManager_.save(PackageCollectionType::custom, std::move(completion));
+  if (isSaved && pagesSaved_(pagesUnsaved_)) pagesUnsaved_.clear();
 }
 
 /// A package travels without its rules; a new name must not empty it.

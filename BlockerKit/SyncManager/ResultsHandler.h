@@ -17,10 +17,11 @@ namespace orvane {
 /// before rules, so that a rule finds the package that has come with it.
 class ResultsHandler {
  public:
-  using PagesSaved = std::function<void(const std::vector<std::string>& pages)>;
+  using PagesSaved = std::function<bool(const std::vector<std::string>& pages)>;
 
   /// `dataManager` belongs to `mainQueue`, as do the construction and the destruction; both outlive
-  /// this. `pagesSaved` is called there when the package files have all that came on these pages.
+  /// this. `pagesSaved` is called there when the package files have all that came on these pages;
+  /// after false the same pages come again with the next ones.
   ResultsHandler(Executor& mainQueue, DataManager& dataManager, PagesSaved pagesSaved)
       : mainQueue_(mainQueue), dataManager_(dataManager), pagesSaved_(std::move(pagesSaved)) {}
   ResultsHandler(const ResultsHandler&) = delete;
@@ -53,7 +54,7 @@ class ResultsHandler {
   std::vector<std::string> pagesPending_;
 
   // Of the main queue.
-  /// Pages that have been applied and could not be saved yet.
+  /// Pages that have been applied, and could not be saved or removed yet.
   std::vector<std::string> pagesUnsaved_;
   std::shared_ptr<void> lifetime_ = std::make_shared<char>();
 };

@@ -55,7 +55,7 @@ SyncManager::SyncManager(Platform& platform, NSUserDefaults& defaults, DataManag
       fetchedPages_(defaults),
       resultsHandler_(
           platform.mainQueue, dataManager,
-          [this](const std::vector<std::string>& pages) { fetchedPages_.remove(pages); }) {
+          [this](const std::vector<std::string>& pages) { return fetchedPages_.remove(pages); }) {
   if (cloud == Cloud::none) return;
   syncQueue_ = platform.makeSerialQueue("sync");
   queue_.emplace(platform.makeSerialQueue, queueProperties());

@@ -57,13 +57,13 @@ class SimulatedCloud::Backend final : public CloudBackend {
  public:
   Backend(SimulatedCloud& cloud, std::string user) : cloud_(cloud), user_(std::move(user)) {
     const std::lock_guard lock(cloud_.mutex_);
-    cloud_.backends_.insert(this);
+    cloud_.backends_.push_back(this);
   }
   Backend(const Backend&) = delete;
   Backend& operator=(const Backend&) = delete;
   ~Backend() override {
     const std::lock_guard lock(cloud_.mutex_);
-    cloud_.backends_.erase(this);
+    std::erase(cloud_.backends_, this);
   }
 
   bool offersRecordZoneRequests() const override { return cloud_.offersRecordZoneRequests_; }

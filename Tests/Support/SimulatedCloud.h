@@ -11,8 +11,8 @@
 #include <memory>
 #include <mutex>
 #include <optional>
-#include <set>
 #include <string>
+#include <vector>
 
 #include "Platform/CloudKit/CloudBackend.h"
 
@@ -107,7 +107,8 @@ class SimulatedCloud {
   std::function<void(CloudRequest, const CloudBatch*)> watching_;
   CKAccountStatus accountStatus_ = CKAccountStatus::available;
   std::size_t pageSize_ = std::numeric_limits<std::size_t>::max();
-  std::set<Backend*> backends_;
+  /// In the order in which they were connected, so that a run can be repeated.
+  std::vector<Backend*> backends_;
 };
 
 }  // namespace orvane::test

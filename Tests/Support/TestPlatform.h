@@ -55,6 +55,10 @@ struct TestPlatform {
                         UserDirectories userDirectories = {"/data", {"/earlier", documents}})
       : machine(std::move(itsMachine)), fileManager(fileSystem, std::move(userDirectories)) {}
 
+  /// The process is killed: none of its queues runs anything any more, not even while its objects
+  /// are destroyed.
+  void kill() { *isKilled = true; }
+
   /// The shared suite of user defaults, as this process has it.
   NSUserDefaults& suite() { return suiteDefaults; }
 
@@ -71,12 +75,13 @@ struct TestPlatform {
   RecordingOutput standardOutput;
   RecordingOutput systemLog;
 
-  std::unique_ptr<Executor> mainQueue = time.makeExecutor();
+  std::shared_ptr<bool> isKilled = std::make_shared<bool>(false);
+  std::unique_ptr<Executor> mainQueue = time.makeExecutor(isKilled);
   /// The labels of the queues that were made.
   std::vector<std::string> queueLabels;
   SerialQueueFactory makeSerialQueue = [this](const std::string& label) {
     queueLabels.push_back(label);
-    return time.makeExecutor();
+    return time.makeExecutor(isKilled);
   };
 
   bool canOpenSuite = true;
@@ -96,7 +101,7 @@ struct TestPlatform {
   RecordingContentBlockerManager contentBlockerManager{*mainQueue};
   RecordingWorkspace workspace;
   std::unique_ptr<CloudBackend> cloud = machine->cloud->connect("mia");
-  std::unique_ptr<Executor> cloudQueue = time.makeExecutor();
+  std::unique_ptr<Executor> cloudQueue = time.makeExecutor(isKilled);
 
   Platform platform{fileManager,
                     mainBundle,

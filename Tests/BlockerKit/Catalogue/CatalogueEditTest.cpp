@@ -37,6 +37,7 @@ TEST(CatalogueEditTest, AnEditConcernsTheListThatHasWhatItIsAbout) {
   EXPECT_EQ(concerned(ReplacingRule{"make-https", blockRule("1"), std::nullopt}), configurable);
   EXPECT_EQ(concerned(ReplacingRule{"C", blockRule("1"), std::nullopt}), std::nullopt);
   EXPECT_EQ(concerned(SettingPackage{packageOf("new")}), custom);
+  EXPECT_EQ(concerned(NamingPackage{"whitelist", "x"}), custom);
   EXPECT_EQ(concerned(RemovingPackage{"A"}), custom);
   EXPECT_EQ(concerned(RemovingPackage{"whitelist"}), std::nullopt);
   EXPECT_EQ(concerned(RemovingRule{"2"}), configurable);
@@ -61,6 +62,14 @@ TEST(CatalogueEditTest, SettingManyRulesIsSettingEachInTurn) {
   for (const auto& rule : rules) expected = edited(SettingRule{"A", rule}, expected);
   EXPECT_EQ(edited(SettingRules{"A", rules}, packages), expected);
   EXPECT_EQ(edited(SettingRules{"C", rules}, packages), packages);
+}
+
+TEST(CatalogueEditTest, NamingAPackageLeavesItsRulesOrMakesAnEmptyOne) {
+  const std::vector<Package> packages{{"A", "old", {blockRule("1")}}};
+  EXPECT_EQ(edited(NamingPackage{"A", "new"}, packages),
+            (std::vector<Package>{{"A", "new", {blockRule("1")}}}));
+  EXPECT_EQ(edited(NamingPackage{"B", "new"}, packages),
+            (std::vector<Package>{packages[0], {"B", "new", {}}}));
 }
 
 TEST(CatalogueEditTest, AReplacementTakesThePlaceOfTheFirstEqualRule) {

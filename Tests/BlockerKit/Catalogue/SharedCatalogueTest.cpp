@@ -109,6 +109,31 @@ TEST_F(TwoProcesses, AnEditThatWasMadeIsNotMadeTwiceWhenTheFileOfTheOtherListIsR
             (std::vector{packageOf("A"), packageOf("B", {blockRule("1")})}));
 }
 
+TEST_F(TwoProcesses, ANameFromTheCloudBringsNoRuleBackThatTheOtherHasRemoved) {
+  first.dataManager.addPackage({"A", "old", {blockRule("1"), blockRule("2")}});
+  EXPECT_TRUE(first.dataManager.save(PackageCollectionType::custom, nullptr));
+  second.dataManager.removeItem("1");
+  EXPECT_TRUE(second.dataManager.save(PackageCollectionType::custom, nullptr));
+  auto renamed = first.dataManager.customPackages().front();
+  renamed.name = "new";
+  first.dataManager.addPackage(renamed);
+  EXPECT_TRUE(first.dataManager.save(PackageCollectionType::custom, nullptr));
+  EXPECT_EQ(first.onDisk(customType), (std::vector<Package>{{"A", "new", {blockRule("2")}}}));
+}
+
+TEST_F(TwoProcesses, ADeletionFromTheCloudFindsWhatTheOtherHasMade) {
+  first.dataManager.packages();
+  second.dataManager.addRule(blockRule("1"), "whitelist");
+  second.dataManager.addPackage(packageOf("A", {blockRule("2")}));
+  second.dataManager.addPackage(packageOf("B", {blockRule("3")}));
+  EXPECT_TRUE(second.dataManager.save(PackageCollectionType::custom, nullptr));
+  for (const auto* item : {"1", "A", "3"}) first.dataManager.removeItem(item);
+  EXPECT_TRUE(first.dataManager.save(PackageCollectionType::custom, nullptr));
+  EXPECT_THAT(first.onDisk(configurableType).front().rules, IsEmpty());
+  EXPECT_EQ(first.onDisk(customType), (std::vector{packageOf("B")}));
+  EXPECT_EQ(first.dataManager.customPackages(), first.onDisk(customType));
+}
+
 TEST_F(TwoProcesses, AnEditOfADamagedListIsMadeOnce) {
   files().put(customFile,
               packagesJSON({packageOf("A", {blockRule("1")}), packageOf("B", {blockRule("1")})}),
@@ -338,6 +363,10 @@ class Simulation {
           edit(model, false, removingRule(id));
         } else if (holdsRule(model.lists.custom, id)) {
           edit(model, true, removingRule(id));
+        } else {
+          model.unsaved.emplace_back(false, removingRule(id));
+          model.unsaved.emplace_back(true, removingRule(id));
+          model.unsaved.emplace_back(true, removingPackage(id));
         }
         manager.removeItem(id);
         break;

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <map>
+#include <set>
+#include <string>
+
+#include "Platform/CloudKit/CloudBackend.h"
+
+namespace orvane::test {
+
+/// What has happened to the records of the cloud that leaves machines with differences for good.
+/// Each set names packages and rules.
+class CloudHistory {
+ public:
+  void modified(const CloudBatch& batch);
+  void zoneDeleted();
+
+  /// Rules that the cloud has had without their package since they were last saved: who fetches
+  /// one without the package drops it, and is not told of it again.
+  const std::set<std::string>& orphaned() const { return orphaned_; }
+  /// Whatever was saved in a zone that was deleted later: machines keep it, with change tags of
+  /// the old zone.
+  const std::set<std::string>& ofDeletedZone() const { return ofDeletedZone_; }
+  /// Its subscription has gone with it, and no machine makes another one.
+  bool hadZoneDeleted() const { return hadZoneDeleted_; }
+
+  /// Changes that a machine was told to forget, since the cloud would never take them, and those
+  /// that a machine has made and could not keep for the cloud.
+  std::set<std::string> neverSent;
+
+ private:
+  void saved(const CKRecord& record);
+  void deleted(const std::string& name);
+
+  std::set<std::string> packages_;
+  /// Each rule, and the package that it names.
+  std::map<std::string, std::string> rules_;
+  std::set<std::string> everSaved_;
+  std::set<std::string> orphaned_;
+  std::set<std::string> ofDeletedZone_;
+  bool hadZoneDeleted_ = false;
+};
+
+}  // namespace orvane::test
