@@ -76,7 +76,7 @@ Executor::Duration SimulatedProcess::cloudDelay() {
 
 SimulatedCompanion::SimulatedCompanion(World& world, MachineState& state)
     : SimulatedProcess(world, state, SyncManager::Cloud::container),
-      exchange_(riskyTable_, platform().cloud, platform().cloudQueue, platform().mainQueue,
+      exchange_(exchangeTable(), platform().cloud, platform().cloudQueue, platform().mainQueue,
                 platform().systemLog),
       events_(platform(), process().syncManager(), [this] { exchange_.exchange(); }) {
   start();

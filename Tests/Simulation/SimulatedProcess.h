@@ -87,11 +87,14 @@ class SimulatedProcess {
   InMemoryKeyValueDatabase ubiquitousDatabase_;
   RiskyDatabase riskyUbiquitous_;
   NSUbiquitousKeyValueStore ubiquitousStore_;
-
- protected:
-  /// The preferences' own connection for their exchange.
   InMemoryKeyValueDatabase table_;
   RiskyDatabase riskyTable_;
+
+ protected:
+  /// The preferences, for their exchange.
+  KeyValueExchange::Table exchangeTable() {
+    return {.own = riskyUbiquitous_, .foreign = riskyTable_};
+  }
 
  private:
   SlowExecutor cloudQueue_;

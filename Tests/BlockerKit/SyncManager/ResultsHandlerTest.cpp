@@ -33,9 +33,11 @@ class ResultsOfAFetch : public NewMachine {
 
   std::vector<bool> completions;
   Pages saved;
-  std::optional<ResultsHandler> handler{
-      std::in_place, *machine->machine.mainQueue, machine->dataManager,
-      [this](const Pages& pages) { saved.insert(saved.end(), pages.begin(), pages.end()); }};
+  std::optional<ResultsHandler> handler{std::in_place, *machine->machine.mainQueue,
+                                        machine->dataManager, [this](const Pages& pages) {
+                                          saved.insert(saved.end(), pages.begin(), pages.end());
+                                          return true;
+                                        }};
 };
 
 TEST_F(ResultsOfAFetch, areAppliedInOneGoOnceAllHasCome) {
