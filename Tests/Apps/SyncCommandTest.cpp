@@ -102,7 +102,7 @@ TEST_F(SyncNow, saysWhyItIsNotPossibleAndKeepsWhatWaits) {
   EXPECT_EQ(run.exitStatus, 1);
   EXPECT_EQ(run.output, "");
   EXPECT_THAT(run.errors, HasSubstr(work.path().string()));
-  EXPECT_THAT(orvane({"sync"}, cloud).output, HasSubstr("rules to save"));
+  EXPECT_THAT(orvane({"sync"}, cloud).output, HasSubstr(" and 1 rule to save"));
 }
 
 TEST_F(SyncNow, sendsEverythingToAnotherCloud) {

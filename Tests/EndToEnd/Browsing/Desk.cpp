@@ -267,7 +267,12 @@ GtkWidget* Desk::openSettings() {
 void Desk::switchContentBlocker() {
   GtkWidget* theSwitch = switchIn(openSettings());
   const bool was = gtk_switch_get_active(GTK_SWITCH(theSwitch)) != FALSE;
-  clickOnScreen(theSwitch);
+  waitForFrames(theSwitch);
+  EXPECT_TRUE(pointAt(theSwitch, gtk_widget_get_width(theSwitch) / 2.0,
+                      gtk_widget_get_height(theSwitch) / 2.0));
+  until("the new window has seen the pointer",
+        [&] { return (gtk_widget_get_state_flags(theSwitch) & GTK_STATE_FLAG_PRELIGHT) != 0; });
+  pressButton(1);
   until("the switch is the other way",
         [&] { return (gtk_switch_get_active(GTK_SWITCH(theSwitch)) != FALSE) != was; });
   orvane::test::pressKeys(theSwitch, "Escape");
