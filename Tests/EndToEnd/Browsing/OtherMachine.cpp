@@ -39,6 +39,11 @@ ProgramRun OtherMachine::orvane(std::vector<std::string> arguments) const {
   return runProgram(arguments, home.path(), environment());
 }
 
+void OtherMachine::put(const std::filesystem::path& path, const std::string& text) const {
+  std::filesystem::create_directories((home / path).parent_path());
+  std::ofstream(home / path, std::ios::binary) << text;
+}
+
 bool OtherMachine::browserFetches(const std::string& url, const std::string& host,
                                   const std::string& donePath) {
   desk_.forgetRequests();

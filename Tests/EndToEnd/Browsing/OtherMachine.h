@@ -27,6 +27,9 @@ class OtherMachine {
   /// Runs the program to its end.
   ProgramRun orvane(std::vector<std::string> arguments) const;
 
+  /// Writes a file of the home folder, while nothing runs there.
+  void put(const std::filesystem::path& path, const std::string& text) const;
+
   /// Opens the page in a browser of this machine, and says whether anything of that host was
   /// fetched for it. The page has to fetch `donePath` of its own host when it is complete.
   bool browserFetches(const std::string& url, const std::string& host, const std::string& donePath);

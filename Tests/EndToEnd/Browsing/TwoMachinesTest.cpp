@@ -51,6 +51,10 @@ class TwoMachines : public ::testing::Test {
     return result.output;
   }
 
+  static bool isListed(const std::string& domain, const std::string& list) {
+    return list.find(domain) != std::string::npos;
+  }
+
   bool reloadShowsAdvert() {
     desk.forgetRequests();
     desk.browser().window().tabs().front()->reload();
@@ -85,7 +89,7 @@ TEST_F(TwoMachines, WhatTheUserClicksInTheBrowserOfOneTakesEffectInThatOfTheOthe
   desk.openPopover();
   desk.press("✅ Add to Whitelist");
   desk.until("the other machine has it",
-             [&] { return listOfOther().find("news.example.com") != std::string::npos; });
+             [&] { return isListed("news.example.com", listOfOther()); });
   run({"sync", "now"});
   EXPECT_TRUE(otherShowsAdvert());
 }
@@ -110,12 +114,34 @@ TEST_F(TwoMachines, WhatBothDoWhileTheServerIsAwayIsThereOnBothAfterwards) {
   server.cluster.start();
   server.cluster.waitUntilReady();
   desk.until("the other machine has both",
-             [&] { return listOfOther().find("news.example.com") != std::string::npos; });
+             [&] { return isListed("news.example.com", listOfOther()); });
   desk.until("the desk has both", [&] {
-    return atDesk({"whitelist", "list"}).find("morning.example.com") != std::string::npos;
+    return isListed("morning.example.com", atDesk({"whitelist", "list"}));
   });
   EXPECT_THAT(listOfOther(), HasSubstr("morning.example.com"));
   EXPECT_THAT(atDesk({"whitelist", "list"}), HasSubstr("news.example.com"));
+}
+
+TEST_F(TwoMachines, ARuleThatBothEditWhileTheServerIsAwayEndsAsOneOfTheTwo) {
+  other.put("data/orvane/Q4XR7T2M9V.com.tessaly.Blocker/ConfigurablePackages.json",
+            R"([{"id":"whitelist","name":"Whitelist","rules":[{"id":"r","name":"Three","content":)"
+            R"({"trigger":{"url-filter":".*","if-domain":["a.example","b.example","c.example"]},)"
+            R"("action":{"type":"ignore-previous-rules"}}}]}])");
+  run({"sync", "now"});
+  desk.until("the rule has come", [&] {
+    return isListed("a.example", atDesk({"whitelist", "list"}));
+  });
+  atDesk({"sync", "now"});
+  server.cluster.kill();
+  run({"whitelist", "remove", "a.example"});
+  atDesk({"whitelist", "remove", "b.example"});
+
+  server.cluster.start();
+  server.cluster.waitUntilReady();
+  desk.until("both have the same", [&] { return listOfOther() == atDesk({"whitelist", "list"}); });
+  const auto list = listOfOther();
+  EXPECT_THAT(list, HasSubstr("c.example"));
+  EXPECT_NE(isListed("a.example", list), isListed("b.example", list)) << list;
 }
 
 TEST_F(TwoMachines, AKilledCompanionTakesUpWhatCameMeanwhile) {
