@@ -51,6 +51,9 @@ void registerPostgreSQL(std::size_t recordCount);
 /// a machine.
 void registerSync(std::size_t ruleCount);
 
+/// The first sync of a machine that has that many rules which the cloud has already.
+void registerRestoredSync(std::size_t ruleCount);
+
 /// What the program does when it is started with this option and the path of user defaults: until
 /// it is killed it sets "pong" whenever "ping" changes.
 inline constexpr const char* echoDefaultsOption = "--echo-defaults";

@@ -1,6 +1,8 @@
+#include <algorithm>
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <fmt/format.h>
@@ -53,6 +55,13 @@ class SyncMachine {
   void fetch() {
     process_.syncManager().fetchRemoteChanges(nullptr);
     rest_.time.runUntilIdle();
+  }
+
+  /// How often the program has said a line that starts so.
+  std::size_t saidLines(std::string_view start) const {
+    const auto& lines = rest_.standardOutput.lines;
+    return static_cast<std::size_t>(std::ranges::count_if(
+        lines, [&](const std::string& line) { return line.starts_with(start); }));
   }
 
   std::size_t waiting() { return LocalChangesQueue(suite_, rest_.systemLog).count().total(); }
@@ -147,6 +156,30 @@ void receiveAll(benchmark::State& state, std::size_t count) {
   machine.reset();
 }
 
+/// A machine that was restored from a backup has all that the cloud has, and does not know it.
+/// Every record is a conflict of its own, and after each of them the whole push begins again.
+void meetAgain(benchmark::State& state, std::size_t count) {
+  const auto packages = packagesOf(count);
+  const test::TemporaryDirectory folder;
+  const auto cloud = folder / "Cloud.sqlite";
+  {
+    SyncMachine first(cloud, packages);
+    first.start();
+    check(first.waiting() == 0, "Not everything was sent");
+  }
+  BareCloud bare(count);
+  std::unique_ptr<SyncMachine> machine;
+  const auto work = [&] {
+    machine->start();
+    check(machine->waiting() == 0, "Not everything was sent");
+  };
+  measureRates(state, count, [&] { machine = std::make_unique<SyncMachine>(cloud, packages); },
+               work, {{"cloud", [&] { bare.save(); }}});
+  state.counters["conflicts"] = static_cast<double>(machine->saidLines("Merging "));
+  state.counters["pushes"] = static_cast<double>(machine->saidLines("Records to add/modify "));
+  machine.reset();
+}
+
 void registerOne(const char* name, std::size_t count,
                  void (*function)(benchmark::State&, std::size_t)) {
   benchmark::RegisterBenchmark(fmt::format("sync/{}/{}", name, count).c_str(), function, count)
@@ -161,5 +194,7 @@ void registerSync(std::size_t ruleCount) {
   registerOne("send", ruleCount, sendAll);
   registerOne("receive", ruleCount, receiveAll);
 }
+
+void registerRestoredSync(std::size_t ruleCount) { registerOne("restored", ruleCount, meetAgain); }
 
 }  // namespace orvane::benchmarks
