@@ -9,6 +9,7 @@
 #include <sys/stat.h>
 
 #include "BlockerKit/JSON/JSONDocument.h"
+#include "Linux/Posix/CloudAccount.h"
 #include "Linux/WebKitGTK/CompiledListDirectory.h"
 #include "Platform/Foundation/ContentHash.h"
 
@@ -55,6 +56,8 @@ UserHome::UserHome(Compiler compiler, int rules) : compiler_(compiler) {
                                     {"XDG_STATE_HOME", "state"}}) {
     ::setenv(name, (folder / place).c_str(), 1);
   }
+  const auto noServer = "host=" + folder.path().string();
+  ::setenv(CloudAccount::environmentVariable, noServer.c_str(), 1);
 }
 
 void UserHome::installCompiler() const {

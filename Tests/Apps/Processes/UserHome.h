@@ -14,6 +14,8 @@ namespace orvane::test {
 /// A user with a home folder of its own, in which the companion is installed with a small catalogue
 /// of pre-installed packages. This process and its children become processes of that user.
 ///
+/// The cloud is away, so that no list is written but for what these processes do.
+///
 /// The browser's compiler is the real one, or else a script that keeps the list it was given as the
 /// one that is enforced, and takes the same lock for that.
 class UserHome {
