@@ -208,17 +208,7 @@ void SyncManager::zoneSaved(const std::optional<CKError>& error) {
   // By the push that has taken the place of this one.
   if (error->code == CKErrorCode::operationCancelled) return;
   const auto deciding = decidingError(*error).error;
-  const auto reaction = reactionToSaveError(deciding.code);
-  if (reaction != SaveReaction::isThereAlready) {
-    tell(SyncFailureEvent{deciding.localizedDescription});
-  }
-  switch (reaction) {
-    case SaveReaction::retryLater:
-      repushAfter(deciding);
-      break;
-    case SaveReaction::accountIsUnknown:
-      accountIsUnknown();
-      break;
+  switch (reactToSaveError(deciding)) {
     case SaveReaction::isThereAlready:
       print("Zone already exists (?)");
       zoneIsThere();
@@ -227,7 +217,19 @@ void SyncManager::zoneSaved(const std::optional<CKError>& error) {
     case SaveReaction::other:
       cancelAllOperations();
       break;
+    case SaveReaction::retryLater:
+    case SaveReaction::accountIsUnknown:
+      break;
   }
+}
+
+/// Does what a zone and a subscription have in common, and leaves the rest to the caller.
+SaveReaction SyncManager::reactToSaveError(const CKError& error) {
+  const auto reaction = reactionToSaveError(error.code);
+  if (reaction != SaveReaction::isThereAlready) tell(SyncFailureEvent{error.localizedDescription});
+  if (reaction == SaveReaction::retryLater) repushAfter(error);
+  if (reaction == SaveReaction::accountIsUnknown) accountIsUnknown();
+  return reaction;
 }
 
 void SyncManager::zoneIsThere() {
@@ -259,17 +261,7 @@ void SyncManager::subscriptionSaved(const std::vector<CKSubscription>& saved,
   print(fmt::format("Couldn't save subscription {}", error->localizedDescription));
   if (error->code == CKErrorCode::operationCancelled) return;
   const auto deciding = decidingError(*error).error;
-  const auto reaction = reactionToSaveError(deciding.code);
-  if (reaction != SaveReaction::isThereAlready) {
-    tell(SyncFailureEvent{deciding.localizedDescription});
-  }
-  switch (reaction) {
-    case SaveReaction::retryLater:
-      repushAfter(deciding);
-      break;
-    case SaveReaction::accountIsUnknown:
-      accountIsUnknown();
-      break;
+  switch (reactToSaveError(deciding)) {
     case SaveReaction::isThereAlready:
       if (const auto subscriptionID = duplicateID(deciding)) {
         print(fmt::format("Subscription already exists (?) {}", *subscriptionID));
@@ -279,6 +271,8 @@ void SyncManager::subscriptionSaved(const std::vector<CKSubscription>& saved,
     case SaveReaction::zoneIsMissing:
       saveZoneAgain();
       break;
+    case SaveReaction::retryLater:
+    case SaveReaction::accountIsUnknown:
     case SaveReaction::other:
       break;
   }

@@ -101,6 +101,7 @@ class SyncManager {
   void accountStatusChanged();
   std::shared_ptr<NSOperation> saveZone();
   void zoneSaved(const std::optional<CKError>& error);
+  SaveReaction reactToSaveError(const CKError& error);
   void zoneIsThere();
   std::shared_ptr<NSOperation> subscribeToChanges();
   void subscriptionSaved(const std::vector<CKSubscription>& saved,
