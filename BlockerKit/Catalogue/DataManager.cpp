@@ -110,9 +110,8 @@ void DataManager::publish() {
 bool DataManager::addRule(const Rule& rule, std::string_view packageIdentifier) {
   if (!hasPackage(packageIdentifier)) return false;
   const std::string identifier(packageIdentifier);
-  const bool isSaved = makeAndSave(SettingRule{identifier, rule}, [this, rule, identifier] {
-    report(hooks_.ruleAdded, rule, identifier);
-  });
+  const bool isSaved = makeAndSave(SettingRule{identifier, rule},
+                                   [this, rule, identifier] { reportAdded(rule, identifier); });
   // Another process may have removed the package meanwhile.
   return isSaved && hasPackage(identifier);
 }
@@ -127,7 +126,7 @@ bool DataManager::replaceRule(const Rule& old, const std::optional<Rule>& replac
                        if (!replacement || replacement->id != old.id) {
                          report(hooks_.ruleDeleted, old, identifier);
                        }
-                       if (replacement) report(hooks_.ruleAdded, *replacement, identifier);
+                       if (replacement) reportAdded(*replacement, identifier);
                      });
 }
 
@@ -135,6 +134,16 @@ void DataManager::report(const std::function<void(const Rule&, const Package&)>&
                          const Rule& rule, std::string_view packageIdentifier) {
   const auto* package = packageWithIdentifier(userPackages_, packageIdentifier);
   if (hook && package != nullptr) hook(rule, *package);
+}
+
+/// What waited for the disk may have been removed again, by another machine too, before it was
+/// saved.
+void DataManager::reportAdded(const Rule& rule, std::string_view packageIdentifier) {
+  const auto* package = packageWithIdentifier(userPackages_, packageIdentifier);
+  if (package == nullptr) return;
+  const bool isThere =
+      std::ranges::any_of(package->rules, [&](const Rule& held) { return held.id == rule.id; });
+  if (isThere) report(hooks_.ruleAdded, rule, packageIdentifier);
 }
 
 bool DataManager::makeAndSave(const CatalogueEdit& edit, std::function<void()> report) {

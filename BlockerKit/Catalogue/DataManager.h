@@ -114,6 +114,7 @@ class DataManager {
   SavedLists saveLists(SafariReloadingHandler completion);
   void makeUnsaved(const CatalogueEdit& edit, std::function<void()> report);
   std::vector<std::function<void()>> takeReports(const SavedLists& saved);
+  void reportAdded(const Rule& rule, std::string_view packageIdentifier);
   void report(const std::function<void(const Rule&, const Package&)>& hook, const Rule& rule,
               std::string_view packageIdentifier);
   bool take(std::optional<LoadedPackages> changed, UserList list);

@@ -389,6 +389,21 @@ TEST_F(DataManagerTest, ARuleThatCannotBeWrittenIsToldOfByTheSaveThatSucceeds) {
   EXPECT_EQ(takeLines(), savedLines(5, 1)) << "told once";
 }
 
+TEST_F(DataManagerTest, ARuleThatIsRemovedBeforeItCouldBeWrittenIsNotToldOf) {
+  load();
+  files().failAt(Operation::replace, configurableFile);
+  EXPECT_FALSE(dataManager.addRule(blockRule("1"), "whitelist"));
+  EXPECT_FALSE(dataManager.addRule(blockRule("2"), "make-https"));
+  files().stopFailing();
+  takeLines();
+  dataManager.removeItem("1");
+  EXPECT_TRUE(dataManager.save(PackageCollectionType::custom, nullptr));
+  EXPECT_THAT(ruleIDs(process.whitelist()), IsEmpty());
+  auto expected = savedLines(5, 0);
+  expected.emplace_back("[added 2 in make-https of 2]");
+  EXPECT_EQ(takeLines(), expected);
+}
+
 TEST_F(DataManagerTest, ARuleThatIsOnDiskIsToldOfThoughTheOtherListIsNot) {
   put(customFile, {packageOf("A")});
   load();
