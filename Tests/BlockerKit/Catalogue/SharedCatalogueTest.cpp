@@ -283,6 +283,17 @@ PlainEdit settingPackage(const Package& package) {
   };
 }
 
+/// Leaves the rules to whoever changes them meanwhile.
+PlainEdit namingPackage(const std::string& id, const std::string& name) {
+  return [=](std::vector<Package>& packages) {
+    if (auto* old = find(packages, id)) {
+      old->name = name;
+    } else {
+      packages.push_back({id, name, {}});
+    }
+  };
+}
+
 PlainEdit removingPackage(const std::string& id) {
   return [=](std::vector<Package>& packages) {
     for (auto at = packages.begin(); at != packages.end(); ++at) {
@@ -346,7 +357,10 @@ class Simulation {
       case Step::Kind::cloudPackage: {
         const auto package = packageOf(step.package, {rule, blockRule(step.other + "'")});
         if (!fromRawValue<ConfigurablePackageType>(step.package)) {
-          edit(model, true, settingPackage(package));
+          const auto* held = find(model.lists.custom, package.id);
+          const bool hasRulesHeld = held != nullptr && held->rules == package.rules;
+          edit(model, true,
+               hasRulesHeld ? namingPackage(package.id, package.name) : settingPackage(package));
         }
         manager.addPackage(package);
         break;
