@@ -179,13 +179,16 @@ void User::savePackage(SimulatedProcess& process, const std::string& machine,
   const auto refused = process.risk().refused();
   process.dataManager().addPackage(package);
   const bool isDone = process.dataManager().save(PackageCollectionType::custom, nullptr);
-  if (isDone) process.process().syncManager().packageAdded(package);
+  // Another process may have changed its rules meanwhile.
+  const auto& custom = process.dataManager().customPackages();
+  const auto saved = *std::ranges::find(custom, package.id, &Package::id);
+  if (isDone) process.process().syncManager().packageAdded(saved);
   if (!isDone) world_.history.neverSent.insert(package.id);
   std::vector<std::string> ids{package.id};
-  for (const auto& rule : package.rules) ids.push_back(rule.id);
+  for (const auto& rule : saved.rules) ids.push_back(rule.id);
   const auto answer = answerOf(process, isDone, refused, ids);
   world_.model.saved(machine, package.id, packageFieldDictionary(package.name), answer);
-  for (const auto& rule : package.rules) {
+  for (const auto& rule : saved.rules) {
     world_.model.saved(machine, rule.id, ruleFieldDictionary(rule, package.id), answer);
   }
 }
