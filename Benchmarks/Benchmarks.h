@@ -54,6 +54,13 @@ void registerSync(std::size_t ruleCount);
 /// The first sync of a machine that has that many rules which the cloud has already.
 void registerRestoredSync(std::size_t ruleCount);
 
+/// A click on the whitelist button of one machine, until the browser of another one enforces it:
+/// two companions in home folders of their own, one server. The counters are seconds: "list_s"
+/// until the rule is in the other machine's list, "cloud_s" of a record that is saved by one
+/// connection and fetched by another as soon as that is told, and "compile_s" of the browser's own
+/// compilation of the list.
+void registerTwoMachines();
+
 /// What the program does when it is started with this option and the path of user defaults: until
 /// it is killed it sets "pong" whenever "ping" changes.
 inline constexpr const char* echoDefaultsOption = "--echo-defaults";

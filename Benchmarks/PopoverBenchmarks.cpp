@@ -2,37 +2,15 @@
 #include <string>
 
 #include "Apps/Companion/Companion.h"
+#include "Benchmarks/BenchmarkBrowser.h"
 #include "Benchmarks/BenchmarkMachine.h"
 #include "Benchmarks/Benchmarks.h"
 #include "Benchmarks/Measurement.h"
 #include "Linux/WebKitGTK/ListCompiler.h"
 #include "Platform/Foundation/FatalError.h"
-#include "Process/ExtensionProcess.h"
-#include "Tests/Support/RecordingExtension.h"
 
 namespace orvane::benchmarks {
 namespace {
-
-constexpr const char* pageURL = "https://www.example.test/news";
-
-/// A browser with the extension, on that machine.
-struct Browser {
-  explicit Browser(BenchmarkMachine& machine)
-      : host(machine.platform().mainQueue, pageURL), process(machine.platform(), host.host) {
-    process.viewController().viewDidLoad();
-  }
-
-  void openPopover(BenchmarkMachine& machine) {
-    process.handler().toolbarItemClickedInWindow(*host.window);
-    auto& controller = process.handler().popoverViewController();
-    test::RecordingPopoverWindow window(controller.view());
-    controller.viewWillAppear();
-    machine.runUntilIdle();
-  }
-
-  test::RecordingExtensionHost host;
-  ExtensionProcess process;
-};
 
 Scenario whitelistOf(std::size_t ruleCount) {
   Scenario scenario = generatedScenario(0);
@@ -52,9 +30,10 @@ Scenario whitelistOf(std::size_t ruleCount) {
 void open(benchmark::State& state) {
   const auto scenario = whitelistOf(10'000);
   BenchmarkMachine machine(scenario);
-  Browser browser(machine);
+  BenchmarkBrowser browser(machine.platform());
+  const auto openPopover = [&] { browser.openPopover([&] { machine.runUntilIdle(); }); };
   measureBeside(
-      state, [] {}, [&] { browser.openPopover(machine); },
+      state, [] {}, openPopover,
       [&] {
         benchmark::DoNotOptimize(machine.read(machine.container() / "ConfigurablePackages.json"));
       });
@@ -67,7 +46,7 @@ void click(benchmark::State& state, std::size_t ruleCount) {
   BenchmarkMachine machine(scenario);
   Companion companion(machine.platform());
   companion.start();
-  Browser browser(machine);
+  BenchmarkBrowser browser(machine.platform());
   machine.runUntilIdle();
   ListCompiler compiler(machine.container() / "CompiledLists");
   Executor::Duration delay{};
@@ -75,8 +54,8 @@ void click(benchmark::State& state, std::size_t ruleCount) {
     const auto start = machine.now();
     browser.process.viewController().whitelist();
     machine.runUntilIdle();
-    browser.host.page->messages.clear();
-    machine.advanceUntil([&] { return !browser.host.page->messages.empty(); });
+    browser.browser.page->messages.clear();
+    machine.advanceUntil([&] { return !browser.browser.page->messages.empty(); });
     delay = machine.now() - start;
   };
   const auto compile = [&] {
@@ -85,7 +64,8 @@ void click(benchmark::State& state, std::size_t ruleCount) {
     if (!compiled) fatalError(compiled.error().localizedDescription, "Benchmarks");
   };
   measureBeside(
-      state, [&] { browser.openPopover(machine); }, clickToMessage, compile);
+      state, [&] { browser.openPopover([&] { machine.runUntilIdle(); }); }, clickToMessage,
+      compile);
   state.counters["rules"] = static_cast<double>(machine.ruleCount());
   state.counters["delay_s"] = std::chrono::duration<double>(delay).count();
 }

@@ -32,6 +32,7 @@ int main(int argc, char** argv) {
   for (const std::size_t ruleCount : {100U, 1'000U}) registerRestoredSync(ruleCount);
 #ifdef ORVANE_DESKTOP
   registerPopover();
+  registerTwoMachines();
   for (const auto& scenario : scenarios) registerCompile(scenario);
 #endif
   benchmark::RunSpecifiedBenchmarks();
