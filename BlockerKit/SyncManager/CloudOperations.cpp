@@ -38,6 +38,7 @@ std::shared_ptr<CKDatabaseOperation> fetchInOlderForm(
     const CKRecordZone& zone, const std::optional<CKServerChangeToken>& previousToken,
     const FetchHandlers& handlers) {
   auto operation = std::make_shared<CKFetchRecordChangesOperation>(zone.zoneID, previousToken);
+  operation->setQualityOfService(NSQualityOfService::utility);
   operation->setRecordChangedBlock(handlers.recordChanged);
   operation->setRecordWithIDWasDeletedBlock(handlers.recordDeleted);
   const auto* fetching = operation.get();  // it lives as long as its block
@@ -96,6 +97,7 @@ std::shared_ptr<CKDatabaseOperation> fetchChangesOperation(
     return fetchInOlderForm(zone, previousToken, handlers);
   }
   auto operation = std::make_shared<CKFetchRecordZoneChangesOperation>(zone.zoneID, previousToken);
+  operation->setQualityOfService(NSQualityOfService::utility);
   operation->setRecordChangedBlock(handlers.recordChanged);
   operation->setRecordWithIDWasDeletedBlock(
       [deleted = handlers.recordDeleted](const CKRecordID& recordID, const std::string& /*type*/) {

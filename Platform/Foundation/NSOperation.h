@@ -6,11 +6,15 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <vector>
 
 namespace orvane {
 
 class NSOperationQueue;
+
+/// How soon a user waits for the work. A label.
+enum class NSQualityOfService { utility = 17, userInitiated = 25 };
 
 /// A piece of work for an `NSOperationQueue`. It is owned by a shared pointer, and added to one
 /// queue, once. Any thread.
@@ -40,6 +44,10 @@ class NSOperation : public std::enable_shared_from_this<NSOperation> {
   /// cancelled, and before what depends on the operation begins. Set before the operation is added
   /// to a queue.
   void setCompletionBlock(std::function<void()> block);
+
+  /// Without one it is the queue's. Set before the operation is added to a queue.
+  void setQualityOfService(NSQualityOfService quality) { qualityOfService_ = quality; }
+  std::optional<NSQualityOfService> qualityOfService() const { return qualityOfService_; }
 
  protected:
   /// The work of an operation that is done when this returns. Called once, on one of the queue's
@@ -83,6 +91,7 @@ class NSOperation : public std::enable_shared_from_this<NSOperation> {
   std::atomic<bool> isCancelled_ = false;
   std::atomic<State> state_ = State::created;
   std::function<void()> completionBlock_;
+  std::optional<NSQualityOfService> qualityOfService_;
   std::vector<std::shared_ptr<NSOperation>> dependencies_;
   std::size_t unfinishedDependencyCount_ = 0;
   std::vector<std::weak_ptr<NSOperation>> dependents_;

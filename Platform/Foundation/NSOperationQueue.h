@@ -13,9 +13,6 @@
 
 namespace orvane {
 
-/// How soon a user waits for the work. A label.
-enum class NSQualityOfService { utility = 17, userInitiated = 25 };
-
 /// Runs operations in the order in which they become ready: with all they depend on finished, or
 /// cancelled. Nothing runs inside a call of this class. Any thread.
 class NSOperationQueue {

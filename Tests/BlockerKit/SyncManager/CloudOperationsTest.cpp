@@ -32,6 +32,13 @@ class RequestsOfASync : public ::testing::Test {
     return result;
   }
 
+  std::optional<NSQualityOfService> qualityOfAFetch() {
+    const FetchHandlers handlers{.recordChanged = [](const CKRecord&) {},
+                                 .recordDeleted = [](const CKRecordID&) {},
+                                 .zoneFetchCompleted = [](const auto&) {}};
+    return fetchChangesOperation(database, zone, std::nullopt, handlers)->qualityOfService();
+  }
+
   TestPlatform machine;
   CKRecordZone zone{"BlockerRulesZone"};
   CKDatabase database{{machine.platform.cloud, machine.platform.cloudQueue,
@@ -54,6 +61,17 @@ TEST_F(RequestsOfASync, mayBeMoreThanTheSplit) {
 TEST_F(RequestsOfASync, haveAtLeastOneItemEach) {
   EXPECT_EQ(sizes(2, 0, 8), (Sizes{{1, 0}, {1, 0}}));
   EXPECT_EQ(sizes(5, 1, 4), (Sizes{{1, 1}, {1, 0}, {1, 0}, {1, 0}, {1, 0}}));
+}
+
+TEST_F(RequestsOfASync, areOfUtilityQualityWhenTheyFetchInEitherForm) {
+  EXPECT_EQ(qualityOfAFetch(), NSQualityOfService::utility);
+  machine.machine->cloud->offerOnlyOlderRequests();
+  EXPECT_EQ(qualityOfAFetch(), NSQualityOfService::utility);
+}
+
+TEST_F(RequestsOfASync, areOfTheQueuesQualityWhenTheySave) {
+  const auto save = modifyRecordsOperations(database, {CKRecord("rule", idOf(1))}, {}, 1).at(0);
+  EXPECT_EQ(save->qualityOfService(), std::nullopt);
 }
 
 TEST_F(RequestsOfASync, bringARuleFromOneMachineToAnother) {
