@@ -33,7 +33,7 @@ void CloudEvents::tell(const CloudEvent& event) {
 }
 
 void CloudEvents::passOn(const CKNotification& notification) {
-  isWaiting_ = syncManager_.isPushing();
+  isWaiting_ = syncManager_.isBusy();
   if (!isWaiting_) return syncManager_.handleNotification(notification, nullptr);
   platform_.mainQueue.postAfter(patience,
                                 [this, lifetime = std::weak_ptr(lifetime_), notification] {

@@ -13,11 +13,13 @@ namespace orvane {
 /// changes of the account to whoever observes `CKAccountChanged`, and changes of the user's
 /// key-value store. Main queue.
 ///
-/// Silent pushes wait while the sync manager pushes, and are one when it has: it is told of what it
-/// saves itself, too, and each fetch ends in another push, which begins from the start.
+/// Silent pushes wait while the sync manager pushes or fetches, and are one when it has: it is told
+/// of what it saves itself, too, and each fetch ends in another push, which begins from the start.
+/// What another machine sends in many requests is not fetched and saved as often.
 class CloudEvents {
  public:
-  static constexpr Executor::Duration patience = std::chrono::seconds(1);
+  /// How often a waiting one looks.
+  static constexpr Executor::Duration patience = std::chrono::milliseconds(100);
 
   /// All arguments outlive this. `keyValuesChanged` is called on the main queue.
   CloudEvents(Platform& platform, SyncManager& syncManager, std::function<void()> keyValuesChanged);

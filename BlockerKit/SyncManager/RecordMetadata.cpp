@@ -15,11 +15,9 @@ PropertyListValue::Data RecordMetadata::getMetadata(const CKRecord& record) {
   return data;
 }
 
-void RecordMetadata::updateMetadata(const CKRecord& record) {
-  // A failure is on the system log. The next save of the record then meets a conflict, is merged,
-  // and comes back here.
-  (void)defaults_.setEntry(key, record.recordID().recordName, getMetadata(record));
-  defaults_.synchronize();
+void RecordMetadata::updateMetadata(const CKRecord& record,
+                                    KeyValueDatabase::Transaction& transaction) {
+  transaction.setEntry(key, record.recordID().recordName, getMetadata(record));
 }
 
 std::optional<CKRecord> recordFromMetadata(const PropertyListValue& metadata) {

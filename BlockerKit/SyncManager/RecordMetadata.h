@@ -3,8 +3,8 @@
 #include <optional>
 
 #include "Platform/CloudKit/CKRecord.h"
+#include "Platform/Foundation/KeyValueDatabase.h"
 #include "Platform/Foundation/LineOutput.h"
-#include "Platform/Foundation/NSUserDefaults.h"
 #include "Platform/Foundation/PropertyListValue.h"
 
 namespace orvane {
@@ -16,18 +16,17 @@ class RecordMetadata {
   /// A dictionary: the name of a record, and its system fields as data.
   static constexpr const char* key = "RecordMetaData";
 
-  /// Both outlive this.
-  RecordMetadata(NSUserDefaults& defaults, LineOutput& standardOutput)
-      : defaults_(defaults), standardOutput_(standardOutput) {}
+  /// The output outlives this.
+  explicit RecordMetadata(LineOutput& standardOutput) : standardOutput_(standardOutput) {}
 
   /// The system fields of the record, archived. Prints its change tag.
   PropertyListValue::Data getMetadata(const CKRecord& record);
 
-  /// Remembers the system fields of the record across launches, and flushes the defaults.
-  void updateMetadata(const CKRecord& record);
+  /// Remembers the system fields of the record across launches, together with what else is in the
+  /// transaction of the defaults. Whoever makes it flushes them.
+  void updateMetadata(const CKRecord& record, KeyValueDatabase::Transaction& transaction);
 
  private:
-  NSUserDefaults& defaults_;
   LineOutput& standardOutput_;
 };
 

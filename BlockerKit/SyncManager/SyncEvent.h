@@ -23,7 +23,7 @@ struct SyncFailureEvent {
   /// A sentence for a person.
   std::string description;
 };
-/// The push will be tried again.
+/// A push has failed, and will be tried again.
 struct SyncRetryEvent {
   Executor::Duration delay;
 };

@@ -50,7 +50,7 @@ SyncManager::SyncManager(Platform& platform, NSUserDefaults& defaults, DataManag
       defaults_(defaults),
       reloadContentBlocker_(std::move(reloadContentBlocker)),
       observer_(std::move(observer)),
-      metadata_(defaults, platform.standardOutput),
+      metadata_(platform.standardOutput),
       localChanges_(defaults, platform.systemLog),
       fetchedPages_(defaults),
       resultsHandler_(

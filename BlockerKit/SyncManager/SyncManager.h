@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <functional>
 #include <memory>
@@ -80,16 +81,17 @@ class SyncManager {
   /// has a place for them.
   void update(const std::vector<Package>& packages);
 
-  /// Sends all local changes, in `split` pieces or a few more. Replaces a push that has not ended,
-  /// and one that waits to be tried again.
+  /// Sends all local changes, in `split` pieces or a few more. Replaces a push that has not ended.
   void pushAllLocalUpdates(std::size_t split);
 
   /// Brings the changes of other machines. `completion`, which may be empty, is called once they
-  /// are in the browser's list, or with false when something has failed; it is not called when
-  /// there is nothing new.
+  /// are in the browser's list, or with false when something has failed. It is not called when
+  /// there is nothing new, or nothing that another fetch has not brought meanwhile, and neither
+  /// without a cloud nor once the manager ends.
   void fetchRemoteChanges(FetchCompletion completion);
 
-  /// Whether requests of a push wait or run.
+  /// Whether requests of a push wait or run, or a fetch does.
+  bool isBusy() const { return isPushing() || fetchCount_ > 0; }
   bool isPushing() const { return queue_ && queue_->operationCount() > 0; }
 
   /// The cloud says that something has changed.
@@ -127,6 +129,7 @@ class SyncManager {
   void tellFailure(PushReaction reaction, const CKError& error) const;
   void repushLocalChangesAfter(double seconds);
   void repushAfter(const CKError& error);
+  void retry(std::size_t round);
 
   // In SyncManagerFetch.cpp
   void fetch(FetchCompletion completion);
@@ -164,10 +167,13 @@ class SyncManager {
   CKRecordZone zone_{zoneName};
   /// In seconds.
   double lastRequestDelay_ = defaultRequestDelay;
-  /// How many pushes there were, so that one that waits to be tried again knows that it is
-  /// replaced.
+  /// How many pushes there were, so that one that waits for the account knows that it is replaced.
   std::size_t pushCount_ = 0;
+  /// How many of them were retries.
+  std::size_t retryRound_ = 0;
   std::vector<std::weak_ptr<NSOperation>> fetches_;
+  /// How many wishes and requests for changes have not been dealt with.
+  std::atomic<int> fetchCount_ = 0;
   bool isEnding_ = false;
 
   // Of the main queue.

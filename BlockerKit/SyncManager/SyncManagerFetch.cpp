@@ -41,7 +41,12 @@ std::string description(const CKRecord& record) {
 }  // namespace
 
 void SyncManager::fetchRemoteChanges(FetchCompletion completion) {
-  onSyncQueue([this, completion = std::move(completion)] { fetch(completion); });
+  if (!container_) return;
+  ++fetchCount_;
+  onSyncQueue([this, completion = std::move(completion)] {
+    fetch(completion);
+    --fetchCount_;
+  });
 }
 
 void SyncManager::fetch(FetchCompletion completion) {
@@ -59,11 +64,13 @@ void SyncManager::fetch(FetchCompletion completion) {
           [this, pass, completion = std::move(completion)](
               const CKFetchRecordZoneChangesOperation::ZoneResult& result) {
             zoneFetchCompleted(*pass, result, completion);
+            --fetchCount_;
           }};
   const auto& database = container_->privateCloudDatabase();
   const auto operation = fetchChangesOperation(database, zone_, serverToken(), handlers);
   std::erase_if(fetches_, [](const auto& fetching) { return fetching.expired(); });
   fetches_.push_back(operation);
+  ++fetchCount_;
   database.addOperation(operation);
 }
 
@@ -133,7 +140,8 @@ std::optional<CKServerChangeToken> SyncManager::serverToken() {
 }
 
 /// Edits that were made here since the record was sent wait for the next push, now with the
-/// server's change tag.
+/// server's change tag. That and what has been merged are stored together: with the tag alone, the
+/// next push would overwrite what the server has.
 bool SyncManager::mergeConflict(const CKRecord& server, const CKRecord& localNew,
                                 const CKRecord& localOld) {
   const auto& name = localNew.recordID().recordName;
@@ -144,16 +152,18 @@ bool SyncManager::mergeConflict(const CKRecord& server, const CKRecord& localNew
         .has_value();
   }
   const auto merged = mergedRecord(server, localNew, localOld);
-  metadata_.updateMetadata(merged);
   const auto fields = fieldsOf(merged);
-  if (!fields) print(fmt::format("Merge failed: incorrect record {}", description(merged)));
-  const auto changed = localChanges_.change([&](LocalChangesEdit& edit) {
+  const auto changed = defaults_.transact([&](KeyValueDatabase::Transaction& transaction) {
+    metadata_.updateMetadata(merged, transaction);
+    LocalChangesEdit edit(transaction, platform_.systemLog);
     if (fields) {
       edit.replaceSent(localNew, *fields);
     } else {
       edit.forgetSent(localNew);
     }
   });
+  defaults_.synchronize();
+  if (!fields) print(fmt::format("Merge failed: incorrect record {}", description(merged)));
   return changed.has_value();
 }
 

@@ -2,6 +2,7 @@
 #include <cmath>
 #include <cstdint>
 #include <iterator>
+#include <limits>
 #include <utility>
 
 #include <fmt/format.h>
@@ -122,8 +123,7 @@ void SyncManager::localChangesPushed(const std::vector<CKRecord>& saved,
     edit.unmarkDeleted(deletedNames, RecordKind::package);
     edit.unmarkDeleted(deletedNames, RecordKind::rule);
     for (const auto& record : saved) {
-      transaction.setEntry(RecordMetadata::key, record.recordID().recordName,
-                           metadata_.getMetadata(record));
+      metadata_.updateMetadata(record, transaction);
       if (!edit.removeSent(record)) isEdited = true;
     }
     // One that is made again under the same name is a new record.
@@ -181,7 +181,8 @@ void SyncManager::pushFailed(const std::optional<CKRecordID>& recordID, const CK
       saveZoneAgain();
       break;
     case PushReaction::splitFurther:
-      push(split * 2);
+      // A cloud that takes no piece however small would have it doubled beyond all numbers.
+      push(std::min(split, std::numeric_limits<std::size_t>::max() / 2) * 2);
       break;
     case PushReaction::nothing:
       break;
@@ -192,8 +193,8 @@ void SyncManager::repushAfter(const CKError& error) {
   repushLocalChangesAfter(error.retryAfter.value_or(lastRequestDelay_));
 }
 
-/// A push in the meantime takes the place of this one. Without that, each of the requests that fail
-/// while the server is away would lead to as many again.
+/// The first that is due takes the place of the others. Without that, each of the requests that
+/// fail while the server is away would lead to as many again.
 void SyncManager::repushLocalChangesAfter(double seconds) {
   const auto delay = delayOf(seconds);
   const auto now = platform_.mainQueue.now();
@@ -201,13 +202,18 @@ void SyncManager::repushLocalChangesAfter(double seconds) {
   print(fmt::format("Retrying data push in DispatchTime(rawValue: {}) secs ..",
                     deadline.time_since_epoch().count()));
   platform_.mainQueue.postAfter(delay,
-                                [this, lifetime = std::weak_ptr(lifetime_), replaced = pushCount_] {
-                                  if (lifetime.expired()) return;
-                                  onSyncQueue([this, replaced] {
-                                    if (pushCount_ == replaced) push(1);
-                                  });
+                                [this, lifetime = std::weak_ptr(lifetime_), round = retryRound_] {
+                                  if (!lifetime.expired())
+                                    onSyncQueue([this, round] { retry(round); });
                                 });
   lastRequestDelay_ *= lastRequestDelay_;
+  tell(SyncRetryEvent{delay});
+}
+
+void SyncManager::retry(std::size_t round) {
+  if (round != retryRound_) return;
+  ++retryRound_;
+  push(1);
 }
 
 }  // namespace orvane

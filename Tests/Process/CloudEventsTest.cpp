@@ -110,6 +110,16 @@ TEST_F(EventsOfTheCloud, SilentPushesWaitForTheEndOfAPushAndAreOne) {
   EXPECT_EQ(cloud.fetches, fetches + 1);
 }
 
+TEST_F(EventsOfTheCloud, SilentPushesWaitForTheEndOfAFetchAndAreOne) {
+  for (int i = 0; i < 5; ++i) tell(CloudEvent::Kind::zoneChanged);
+  machine.time.runUntilIdle();
+  EXPECT_EQ(cloud.fetches, 1);
+  machine.time.advance(CloudEvents::patience);
+  EXPECT_EQ(cloud.fetches, 2);
+  machine.time.advance(10 * CloudEvents::patience);
+  EXPECT_EQ(cloud.fetches, 2);
+}
+
 TEST_F(EventsOfTheCloud, AChangeOfTheAccountIsNotified) {
   int notified = 0;
   const auto observation = machine.notificationCenter.addObserver(

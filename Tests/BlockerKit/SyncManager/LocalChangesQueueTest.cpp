@@ -181,8 +181,10 @@ TEST_F(LocalChangesQueueTest, OneIdentifierAsPackageAndRuleIsTwoRecordsOfOneName
 TEST_F(LocalChangesQueueTest, RecordsToSaveHaveTheChangeTagsThatAreStored) {
   addPackage("known");
   addPackage("new");
-  RecordMetadata metadata(process.defaults(), process.machine.standardOutput);
-  metadata.updateMetadata({"package", {"known", rulesZone}, "tag", {}});
+  RecordMetadata metadata(process.machine.standardOutput);
+  ASSERT_TRUE(process.defaults().transact([&](KeyValueDatabase::Transaction& transaction) {
+    metadata.updateMetadata({"package", {"known", rulesZone}, "tag", {}}, transaction);
+  }));
   const auto records = process.queue.all(rulesZone).recordsToSave;
   ASSERT_EQ(records.size(), 2U);
   EXPECT_EQ(records[0].recordChangeTag(), "tag");

@@ -50,6 +50,14 @@ TEST_F(MergeConflict, isSentAgainWithTheServersChangeTag) {
   EXPECT_FALSE(isAdded("a"));
 }
 
+TEST_F(MergeConflict, isFlushed) {
+  conflict(blockRule("a", "ours"), ruleRecord("a", "theirs"));
+  const auto before = machine->machine.suiteAtRisk.synchronizations;
+  machine->run();
+  EXPECT_EQ(machine->machine.suiteAtRisk.synchronizations, before + 2)
+      << "and the push that follows";
+}
+
 TEST_F(MergeConflict, endsWithTheLocalValueOfWhatBothHaveChanged) {
   conflict(blockRule("a", "ours"), ruleRecord("a", "theirs"));
   machine->run();

@@ -49,6 +49,17 @@ TEST_F(OlderSystem, FetchesWhatOthersHaveChangedAndDeleted) {
   EXPECT_NE(second.defaults().object("ServerToken"), std::nullopt);
 }
 
+TEST_F(OlderSystem, FetchesPageAfterPage) {
+  start(first);
+  start(second);
+  for (const auto* id : {"a", "b", "c"}) ASSERT_TRUE(first.add(blockRule(id)));
+  first.run();
+  first.cloud().setPageSize(1);
+  fetch(second);
+  EXPECT_THAT(second.rules().value(), ElementsAre("a", "b", "c"));
+  EXPECT_THAT(second.printed(), Contains("more coming..."));
+}
+
 TEST_F(OlderSystem, SaysWhyAFetchHasFailed) {
   std::optional<bool> result;
   first.sync->fetchRemoteChanges([&](bool succeeded) { result = succeeded; });

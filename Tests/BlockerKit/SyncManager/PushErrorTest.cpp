@@ -157,6 +157,41 @@ TEST_F(FatalRetry, stopsTheProcessAfterSixWithoutATime) {
   EXPECT_FALSE(isAdded("rule-0"));
 }
 
+TEST_F(PushError, isTriedAgainThoughAnotherPushHasFailedForGoodMeanwhile) {
+  queueRules(1);
+  failWith(errorOf(CKErrorCode::requestRateLimited, 30));
+  push();
+  advance(5s);
+  failWith(errorOf(CKErrorCode::quotaExceeded));
+  push();
+  EXPECT_TRUE(isAdded("rule-0"));
+  advance(25s);
+  EXPECT_FALSE(isAdded("rule-0"));
+}
+
+TEST_F(PushError, ofSeveralPushesIsTriedAgainAtTheFirstOfTheirTimes) {
+  queueRules(1);
+  failWith(errorOf(CKErrorCode::requestRateLimited, 30));
+  push();
+  failWith(errorOf(CKErrorCode::requestRateLimited, 10));
+  push();
+  listRequests();
+  advance(10s);
+  EXPECT_FALSE(isAdded("rule-0"));
+  queueRules(1);
+  advance(1h);
+  EXPECT_EQ(savedSizes(), (Sizes{1}));
+}
+
+TEST_F(PushError, thatNoSplittingEndsDoublesToTheGreatestNumber) {
+  queueRules(1);
+  for (int failure = 0; failure < 70; ++failure) failWith(errorOf(CKErrorCode::limitExceeded));
+  push();
+  EXPECT_EQ(count("Splitting data into 9223372036854775808 operations"), 1U);
+  EXPECT_EQ(count("Splitting data into 18446744073709551614 operations"), 7U);
+  EXPECT_FALSE(isAdded("rule-0"));
+}
+
 TEST_F(PushError, ofManyRequestsIsTriedAgainOnce) {
   queueRules(17);
   for (int failure = 0; failure < 17; ++failure) {
@@ -173,7 +208,7 @@ TEST_F(PushError, ofManyRequestsIsTriedAgainOnce) {
   EXPECT_EQ(savedSizes(), (Sizes{17}));
 }
 
-TEST_F(PushError, isNotTriedAgainWhenAnotherPushCameFirst) {
+TEST_F(PushError, isTriedAgainAlsoWhenAnotherPushHasSentEverything) {
   queueRules(1);
   failWith(errorOf(CKErrorCode::networkFailure, 30));
   push();
@@ -181,7 +216,7 @@ TEST_F(PushError, isNotTriedAgainWhenAnotherPushCameFirst) {
   EXPECT_FALSE(isAdded("rule-0"));
   take();
   advance(1h);
-  EXPECT_THAT(take(), IsEmpty());
+  EXPECT_THAT(take(), ElementsAre("No local record changes to push"));
 }
 
 TEST_F(PushError, isNotTriedAgainAfterTheManagerHasEnded) {
@@ -227,6 +262,14 @@ TEST_F(PushError, aboutARecordThatCannotBeStoredForgetsItAndSendsTheOthers) {
   EXPECT_FALSE(isAdded("rule-0"));
   EXPECT_THAT(cloudSide.names(), ElementsAre("rule-1"));
   EXPECT_EQ(object("DeletedRules"), Value(Array{}));
+}
+
+TEST_F(PushError, thatIsInvalidAndNamesNoItemForgetsTheFirstRecord) {
+  queueRules(2);
+  failWith(errorOf(CKErrorCode::invalidArguments));
+  push();
+  EXPECT_FALSE(isAdded("rule-0"));
+  EXPECT_THAT(cloudSide.names(), ElementsAre("rule-1"));
 }
 
 TEST_F(PushError, aboutANameThatIsQueuedTwiceForgetsItEverywhere) {

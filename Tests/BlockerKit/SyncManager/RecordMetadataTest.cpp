@@ -11,7 +11,13 @@ using ::testing::ElementsAre;
 
 struct RecordMetadataTest : ::testing::Test {
   SyncProcess process;
-  RecordMetadata metadata{process.defaults(), process.machine.standardOutput};
+  void store(const CKRecord& record) {
+    ASSERT_TRUE(process.defaults().transact([&](KeyValueDatabase::Transaction& transaction) {
+      metadata.updateMetadata(record, transaction);
+    }));
+  }
+
+  RecordMetadata metadata{process.machine.standardOutput};
   CKRecord saved{"rule", {"r1", rulesZone}, "tag 7", {{"name", "N"}}};
   CKRecord neverSaved{"package", {"p1", rulesZone}};
 };
@@ -41,11 +47,9 @@ TEST_F(RecordMetadataTest, KeepsThatARecordWasNeverSaved) {
   EXPECT_EQ(*record, neverSaved);
 }
 
-TEST_F(RecordMetadataTest, IsStoredUnderTheRecordsNameBesideTheOthersAndFlushed) {
-  metadata.updateMetadata(neverSaved);
-  EXPECT_EQ(process.flushes(), 1);
-  metadata.updateMetadata(saved);
-  EXPECT_EQ(process.flushes(), 2);
+TEST_F(RecordMetadataTest, IsStoredUnderTheRecordsNameBesideTheOthers) {
+  store(neverSaved);
+  store(saved);
   EXPECT_THAT(process.printed(), ElementsAre("Changetag for p1: none", "Changetag for r1: tag 7"));
   EXPECT_EQ(process.defaults().object("RecordMetaData"),
             Value(Dictionary{{"p1", metadata.getMetadata(neverSaved)},
@@ -53,16 +57,16 @@ TEST_F(RecordMetadataTest, IsStoredUnderTheRecordsNameBesideTheOthersAndFlushed)
 }
 
 TEST_F(RecordMetadataTest, ReplacesWhatWasKnownOfTheRecord) {
-  metadata.updateMetadata(saved);
+  store(saved);
   const auto savedAgain = saved.savedWithChangeTag("tag 8");
-  metadata.updateMetadata(savedAgain);
+  store(savedAgain);
   EXPECT_EQ(process.defaults().object("RecordMetaData"),
             Value(Dictionary{{"r1", metadata.getMetadata(savedAgain)}}));
 }
 
 TEST_F(RecordMetadataTest, TakesThePlaceOfWhatIsNoDictionary) {
   process.set("RecordMetaData", "text");
-  metadata.updateMetadata(saved);
+  store(saved);
   EXPECT_EQ(process.defaults().object("RecordMetaData"),
             Value(Dictionary{{"r1", metadata.getMetadata(saved)}}));
 }

@@ -21,9 +21,7 @@ struct RecordsToSaveTest : ::testing::Test {
     return records.front();
   }
 
-  Data archived(const CKRecord& record) {
-    return RecordMetadata(process.defaults(), log).getMetadata(record);
-  }
+  Data archived(const CKRecord& record) { return RecordMetadata(log).getMetadata(record); }
 
   SyncProcess process;
   RecordingOutput log;

@@ -102,6 +102,14 @@ TEST_F(SubscriptionSave, withoutASignInMakesTheAccountUnknownAndThePushPending) 
   EXPECT_EQ(count("Records to add/modify 1"), 1U);
 }
 
+TEST_F(SubscriptionSave, withoutASignInAsksForTheAccountAgain) {
+  failWith(errorOf(CKErrorCode::notAuthenticated));
+  push();
+  take();
+  push();
+  EXPECT_THAT(take(), Contains("Checking account status..."));
+}
+
 TEST_F(SubscriptionSave, ofOneThatIsThereTakesThatOne) {
   cloudSide.subscribe("another's");
   push();

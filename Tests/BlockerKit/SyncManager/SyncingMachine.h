@@ -51,6 +51,7 @@ struct SyncingMachine {
   SafariReloadingResult reloadResult = SafariReloadingResult::success();
   /// Requests of the manager itself, because of preferences.
   std::size_t preferenceReloads = 0;
+  std::vector<SyncEvent> events;
   DataManager dataManager{
       machine.platform,
       store,
@@ -70,7 +71,8 @@ struct SyncingMachine {
                                   sharedUserDefaults(machine.platform),
                                   dataManager,
                                   SyncManager::Cloud::container,
-                                  [this] { ++preferenceReloads; }};
+                                  [this] { ++preferenceReloads; },
+                                  [this](const SyncEvent& event) { events.push_back(event); }};
 };
 
 /// One more machine of the same user, with files and settings of its own.

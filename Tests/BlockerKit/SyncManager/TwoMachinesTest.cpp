@@ -57,6 +57,19 @@ TEST_F(TwoMachines, EndWithTheLaterEditOfARuleThatBothHaveChanged) {
   EXPECT_THAT(rulesOf(second), ElementsAre(blockRule("a", "second")));
 }
 
+TEST_F(TwoMachines, EndWithTheWholeRuleOfTheLaterOneThoughTheyHaveChangedDifferentFields) {
+  ASSERT_TRUE(first.add(blockRule("a")));
+  sync(first, second);
+  auto renamed = blockRule("a");
+  renamed.name = "Renamed";
+  ASSERT_TRUE(first.add(renamed));
+  ASSERT_TRUE(second.add(blockRule("a", "second")));
+  sync(first, second);
+  sync(second, first);
+  EXPECT_THAT(rulesOf(first), ElementsAre(blockRule("a", "second")));
+  EXPECT_THAT(rulesOf(second), ElementsAre(blockRule("a", "second")));
+}
+
 TEST_F(TwoMachines, RestoredFromABackupFindTheirRulesInTheCloudOneARequest) {
   constexpr std::size_t count = 20;
   for (std::size_t number = 0; number < count; ++number) {
