@@ -16,6 +16,7 @@
 #include "Apps/Companion/SyncStatus.h"
 #include "Apps/Companion/TimeText.h"
 #include "BlockerKit/PersistentStore/SharedDefaults.h"
+#include "BlockerKit/SyncManager/FetchedPages.h"
 #include "BlockerKit/SyncManager/LocalChangesQueue.h"
 #include "Linux/Posix/SingleInstance.h"
 #include "SafariExtension/Reload/CompanionApplication.h"
@@ -89,7 +90,8 @@ class SyncWait {
     for (;;) {
       const auto status = syncStatus(defaults_);
       const auto waiting = localChanges_.count();
-      if (waiting.total() == 0 && status.fetches > earlier_.fetches) return std::nullopt;
+      const bool isFetched = status.fetches > earlier_.fetches;
+      if (waiting.total() == 0 && isFetched && !hasPagesToApply()) return std::nullopt;
       if (status.failures > earlier_.failures && !status.lastError.empty()) return problem(status);
       if (Clock::now() >= end) {
         return fmt::format("The sync has not ended after {} s.", timeout.count());
@@ -104,6 +106,13 @@ class SyncWait {
     if (!status.nextRetry) return status.lastError;
     return fmt::format("{}\nIt will be tried again at {}.", status.lastError,
                        localTimeText(*status.nextRetry));
+  }
+
+  /// What was fetched is not among the packages yet.
+  bool hasPagesToApply() {
+    const auto pages = defaults_.object(FetchedPages::key);
+    const auto* dictionary = pages ? pages->as<PropertyListValue::Dictionary>() : nullptr;
+    return dictionary != nullptr && !dictionary->empty();
   }
 
   NSUserDefaults& defaults_;
