@@ -107,9 +107,21 @@ void Companion::readingEnded(DataManager::RefreshResult result) {
   if (rebuildsAnyway || result == DataManager::RefreshResult::changed) rebuild();
 }
 
-/// The pre-installed packages are on every machine already.
+/// The first time everything is put into the queue, in the place of what is there. What another
+/// process saves after this one has read the packages must not be missing then.
 void Companion::sync() {
   if (!isCatalogueComplete_) return;
+  if (process_.defaults().boolForKey(LocalChangesQueue::existingDataMarkedAsAddedKey)) {
+    return syncPackages();
+  }
+  const auto lock = process_.store().lockPackageFiles();
+  if (!lock) return tryAgainLater();
+  if (!process_.dataManager().isUpToDate()) return read(/*rebuildsAnyway=*/false);
+  syncPackages();
+}
+
+/// The pre-installed packages are on every machine already.
+void Companion::syncPackages() {
   isSyncing_ = true;
   auto& dataManager = process_.dataManager();
   auto packages = dataManager.configurablePackages();

@@ -57,6 +57,7 @@ class Companion {
   void rebuild();
   void rebuildForSave(SafariReloadingHandler handler);
   void sync();
+  void syncPackages();
   void browserAnswered(std::uint64_t list, std::uint64_t signals, const PropertyListValue& values);
   std::shared_ptr<void> endOfReload();
   void tryAgainLater();

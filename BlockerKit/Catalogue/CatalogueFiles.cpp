@@ -96,6 +96,11 @@ std::optional<ChangedLists> CatalogueFiles::readChanged(const KnownFiles& known)
   return changed;
 }
 
+bool CatalogueFiles::isUpToDate(const KnownFiles& known) {
+  return !isChanged(PackageType::ConfigurablePackages, known.configurable) &&
+         !isChanged(PackageType::CustomPackages, known.custom);
+}
+
 bool CatalogueFiles::saveList(UserList list, EditablePackages& packages,
                               std::span<const UnsavedEdit> unsaved, KnownFile& known) {
   const auto type = typeOf(list);

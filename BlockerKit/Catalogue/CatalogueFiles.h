@@ -83,6 +83,10 @@ class CatalogueFiles {
   /// cannot be read leaves its list as it is. Nothing when the folder of the files is missing.
   std::optional<ChangedLists> readChanged(const KnownFiles& known);
 
+  /// Whether no file of the user's lists differs from what is `known`; one that cannot be read says
+  /// nothing new.
+  bool isUpToDate(const KnownFiles& known);
+
   /// Writes both of the user's lists, while no other process can. A list whose file another process
   /// has changed is read again first, and gets its `unsaved` edits. What could be written is in
   /// `packages`, as it is in its file, and in `known`; a list that could not be written is what

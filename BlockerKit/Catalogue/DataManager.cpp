@@ -249,6 +249,8 @@ void DataManager::refresh(std::function<void(RefreshResult)> completion) {
   });
 }
 
+bool DataManager::isUpToDate() { return files_.isUpToDate(known_); }
+
 bool DataManager::take(std::optional<LoadedPackages> changed, UserList list) {
   if (!changed) return false;
   auto& packages = userPackages_[list];

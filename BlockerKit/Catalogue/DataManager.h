@@ -101,6 +101,10 @@ class DataManager {
   /// `completion` is called on the main queue.
   void refresh(std::function<void(RefreshResult)> completion);
 
+  /// Whether no other process has changed the files of the user's packages since this one has read
+  /// them. A file that cannot be read says nothing new.
+  bool isUpToDate();
+
   /// The catalogue as other queues may see it: as it was when it was last loaded, refreshed or
   /// saved.
   const Published<Catalogue>& published() const { return published_; }

@@ -1,5 +1,6 @@
 #include <chrono>
 #include <functional>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <string>
@@ -10,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include "Apps/Companion/Companion.h"
+#include "Apps/Companion/SyncStatus.h"
 #include "BlockerKit/JSON/RecordWriter.h"
 #include "Tests/Support/TestPlatform.h"
 
@@ -18,6 +20,7 @@ namespace {
 
 using ::testing::Contains;
 using ::testing::HasSubstr;
+using ::testing::IsEmpty;
 using ::testing::MatchesRegex;
 using ::testing::Not;
 using Message = Communication::Message;
@@ -553,6 +556,119 @@ TEST_F(CompanionAtWork, saysHowManyRulesTheListHas) {
   settle();
   EXPECT_NE(statusText("attempt"), attempt);
 }
+
+/// A user with a cloud, and the companion that talks to it.
+class CompanionThatSyncs : public CompanionAtWork {
+ protected:
+  /// The names of what is in the cloud.
+  std::vector<std::string> inCloud() {
+    const auto changes = platform.cloud->fetchChanges({SyncManager::zoneName}, std::nullopt,
+                                                      std::numeric_limits<std::size_t>::max(), {});
+    std::vector<std::string> names;
+    if (!changes) return names;
+    for (const auto& record : changes->changed) names.push_back(record.recordID().recordName);
+    return names;
+  }
+  CKError failure(CKErrorCode code, double retryAfter) {
+    CKError error;
+    error.code = code;
+    error.retryAfter = retryAfter;
+    error.localizedDescription = "The server is away.";
+    return error;
+  }
+};
+
+TEST_F(CompanionThatSyncs, sendsWhatTheUserOwnsAndNoPreinstalledPackage) {
+  extension.addRule(blocking("mine", "banner"));
+  start();
+  EXPECT_THAT(inCloud(), Contains("mine"));
+  EXPECT_THAT(inCloud(), Contains("block-url"));
+  EXPECT_THAT(inCloud(), Not(Contains("block-ads")));
+  EXPECT_THAT(inCloud(), Not(Contains("ads-1")));
+}
+
+TEST_F(CompanionThatSyncs, sendsWhatAnotherProcessHasChangedWhenThatTellsOfIt) {
+  start();
+  extension.addRule(blocking("mine", "banner"));
+  settle();
+  EXPECT_THAT(inCloud(), Not(Contains("mine")));
+  extension.send(Message::reloadRulesFromDisk);
+  settle();
+  EXPECT_THAT(inCloud(), Contains("mine"));
+}
+
+TEST_F(CompanionThatSyncs, waitsUntilItHasReadAllPackages) {
+  extension.addRule(blocking("mine", "banner"));
+  const auto file = std::string(TestPlatform::container) + "/ConfigurablePackages.json";
+  platform.fileSystem.failAt(Operation::read, file);
+  start();
+  EXPECT_THAT(inCloud(), IsEmpty());
+  platform.fileSystem.stopFailing();
+  time().advance(std::chrono::minutes(1));
+  EXPECT_THAT(inCloud(), Contains("mine"));
+}
+
+TEST_F(CompanionThatSyncs, waitsWhileAnotherProcessSavesPackages) {
+  extension.addRule(blocking("mine", "banner"));
+  auto lock = extension.process.store().lockPackageFiles();
+  ASSERT_TRUE(lock);
+  start();
+  EXPECT_THAT(inCloud(), IsEmpty());
+  lock->reset();
+  time().advance(std::chrono::minutes(1));
+  EXPECT_THAT(inCloud(), Contains("mine"));
+}
+
+TEST_F(CompanionThatSyncs, saysWhatHasFailedAndWhenItIsTriedAgain) {
+  start();
+  platform.machine->cloud->failWith(CloudRequest::modifyRecords,
+                                    failure(CKErrorCode::networkFailure, 30));
+  extension.addRule(blocking("mine", "banner"));
+  extension.send(Message::reloadRulesFromDisk);
+  settle();
+  EXPECT_EQ(syncStatus(platform.suite()).lastError, "The server is away.");
+  EXPECT_NE(syncStatus(platform.suite()).nextRetry, std::nullopt);
+  time().advance(std::chrono::seconds(30));
+  EXPECT_THAT(inCloud(), Contains("mine"));
+  EXPECT_EQ(syncStatus(platform.suite()).lastError, "");
+  EXPECT_EQ(syncStatus(platform.suite()).nextRetry, std::nullopt);
+}
+
+/// After how many tasks of the companion another process comes in between.
+class EditDuringTheFirstSync : public CompanionThatSyncs,
+                               public ::testing::WithParamInterface<int> {
+ protected:
+  void startUpToThere() {
+    companion.start();
+    for (int task = 0; task < GetParam(); ++task) {
+      if (!time().runOne()) return;
+    }
+  }
+};
+
+TEST_P(EditDuringTheFirstSync, isNotLostWhenItMakesARule) {
+  extension.addRule(blocking("early", "early"));
+  startUpToThere();
+  extension.addRule(blocking("late", "late"));
+  extension.send(Message::reloadRulesFromDisk);
+  settle();
+  EXPECT_THAT(inCloud(), Contains("early"));
+  EXPECT_THAT(inCloud(), Contains("late"));
+}
+
+TEST_P(EditDuringTheFirstSync, isNotLostWhenItDeletesARule) {
+  const auto rule = blocking("early", "early");
+  extension.addRule(rule);
+  startUpToThere();
+  EXPECT_TRUE(extension.process.dataManager().replaceRule(rule, std::nullopt,
+                                                          ConfigurablePackageType::BlockURL));
+  extension.send(Message::reloadRulesFromDisk);
+  settle();
+  EXPECT_THAT(inCloud(), Contains("block-url"));
+  EXPECT_THAT(inCloud(), Not(Contains("early")));
+}
+
+INSTANTIATE_TEST_SUITE_P(Tasks, EditDuringTheFirstSync, ::testing::Range(0, 8));
 
 }  // namespace
 }  // namespace orvane::test
