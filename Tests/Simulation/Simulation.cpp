@@ -453,7 +453,12 @@ void Simulation::checkPreferences() {
 
 void Simulation::checkSame(const std::string& after) {
   const auto cloud = cloudContents();
-  for (const auto& machine : machines_) checkQueues(*machine);
+  for (const auto& machine : machines_) {
+    if (machine->companion->process().syncManager().isPushing()) {
+      fail("Requests wait on " + machine->state.name());
+    }
+    checkQueues(*machine);
+  }
   for (const auto& machine : machines_) checkContents(*machine, cloud);
   checkModel(cloud);
   checkPreferences();
