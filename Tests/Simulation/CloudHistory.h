@@ -24,9 +24,18 @@ class CloudHistory {
   /// Its subscription has gone with it, and no machine makes another one.
   bool hadZoneDeleted() const { return hadZoneDeleted_; }
 
-  /// Changes that a machine was told to forget, since the cloud would never take them, and those
-  /// that a machine has made and could not keep for the cloud.
-  std::set<std::string> neverSent;
+  /// The machine was told to forget its change of that, since the cloud would never take it; or it
+  /// has made one that it could not keep for the cloud.
+  void neverSends(const std::string& machine, const std::string& name) {
+    neverSent_[machine].insert(name);
+  }
+  template <typename Names>
+  void neverSends(const std::string& machine, const Names& names) {
+    neverSent_[machine].insert(names.begin(), names.end());
+  }
+  const std::set<std::string>& neverSentBy(const std::string& machine) {
+    return neverSent_[machine];
+  }
 
  private:
   void saved(const CKRecord& record);
@@ -38,6 +47,7 @@ class CloudHistory {
   std::set<std::string> everSaved_;
   std::set<std::string> orphaned_;
   std::set<std::string> ofDeletedZone_;
+  std::map<std::string, std::set<std::string>> neverSent_;
   bool hadZoneDeleted_ = false;
 };
 

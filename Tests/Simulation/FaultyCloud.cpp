@@ -32,6 +32,9 @@ constexpr std::array everyCode{
     CKErrorCode::limitExceeded,
 };
 
+constexpr std::array withoutAccount{CKAccountStatus::noAccount, CKAccountStatus::restricted,
+                                    CKAccountStatus::couldNotDetermine};
+
 std::string description(const CloudBatch& batch) {
   std::string text;
   for (const auto& record : batch.recordsToSave) {
@@ -80,27 +83,24 @@ CKError FaultyCloud::anyError() {
   return error(code);
 }
 
-/// About the whole request or one item of it.
+/// About the whole request or some items of it, of which the first decides.
 CKError FaultyCloud::batchError(const CloudBatch& batch) {
-  auto result = anyError();
   const auto& records = batch.recordsToSave;
-  const bool isOfOneItem = !records.empty() && world_.random.chance(50);
-  const auto decidingName = [&] {
-    return records.empty() ? batch.recordIDsToDelete.front() : records.front().recordID();
-  };
-  auto recordID = decidingName();
-  if (isOfOneItem) {
+  const auto deciding = anyError();
+  auto recordID = records.empty() ? batch.recordIDsToDelete.front() : records.front().recordID();
+  auto result = deciding;
+  if (!records.empty() && world_.random.chance(50)) {
     recordID = world_.random.oneOf(records).recordID();
-    CKError whole;
-    whole.code = CKErrorCode::partialFailure;
-    whole.localizedDescription = "error of an item";
-    whole.partialErrorsByItemID.push_back({recordID, result});
-    std::swap(whole, result);
-    if (whole.code == CKErrorCode::invalidArguments) {
-      world_.history.neverSent.insert(recordID.recordName);
+    result = CKError();
+    result.code = CKErrorCode::partialFailure;
+    result.localizedDescription = "errors of items";
+    result.partialErrorsByItemID.push_back({recordID, deciding});
+    while (world_.random.chance(30)) {
+      result.partialErrorsByItemID.push_back({world_.random.oneOf(records).recordID(), anyError()});
     }
-  } else if (result.code == CKErrorCode::invalidArguments) {
-    world_.history.neverSent.insert(recordID.recordName);
+  }
+  if (deciding.code == CKErrorCode::invalidArguments) {
+    world_.history.neverSends(access_.machine, recordID.recordName);
   }
   return result;
 }
@@ -131,7 +131,7 @@ CKResult<Value> FaultyCloud::perform(const char* what, const Call& call) {
 }
 
 CKResult<CKAccountStatus> FaultyCloud::accountStatus(const CloudCall& call) {
-  if (!access_.hasAccount) return CKAccountStatus::noAccount;
+  if (!access_.hasAccount) return world_.random.oneOf(withoutAccount);
   return perform<CKAccountStatus>("account", [&] { return cloud_->accountStatus(call); });
 }
 

@@ -1,5 +1,3 @@
-#include <iostream>
-#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -7,7 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "Tests/Simulation/SimulatedProcess.h"
+#include "Tests/Simulation/TwoSimulatedMachines.h"
 
 namespace orvane::test {
 namespace {
@@ -15,88 +13,9 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-constexpr const char* list = "block-url";
-
-Rule rule(const std::string& id, const std::string& urlFilter = "ads") {
-  return {id, "", {{.urlFilter = urlFilter}, *Action::make(ActionType::Block)}};
-}
-
-/// Two machines of a user, and what the rules of sync leave different on them for good, or give up.
-/// The simulation excuses exactly this.
-class LastingDifferences : public ::testing::Test {
- protected:
-  struct Machine {
-    Machine(World& world, const std::string& name) : state(name) {
-      state.machine->cloud = world.cloud;
-      static_cast<void>(state.machine->fileSystem.createDirectories(TestPlatform::container));
-      companion = std::make_unique<SimulatedCompanion>(world, state);
-    }
-
-    DataManager& catalogue() { return companion->dataManager(); }
-    SyncManager& sync() { return companion->process().syncManager(); }
-    std::vector<std::string> rules(const std::string& package = list) {
-      std::vector<std::string> ids;
-      for (const auto& held : companion->packages()) {
-        if (held.id != package) continue;
-        for (const auto& heldRule : held.rules) ids.push_back(heldRule.id);
-      }
-      return ids;
-    }
-    std::string urlFilterOf(const std::string& id) {
-      for (const auto& package : companion->packages()) {
-        for (const auto& held : package.rules) {
-          if (held.id == id) return held.blocker.trigger.urlFilter;
-        }
-      }
-      return "no such rule";
-    }
-    bool isWaiting(const std::string& key) { return state.hasEntries(key); }
-    bool add(const Rule& added, const std::string& package = list) {
-      return catalogue().addRule(added, package);
-    }
-    bool remove(const Rule& removed) {
-      return catalogue().replaceRule(removed, std::nullopt, ConfigurablePackageType::BlockURL);
-    }
-    void addPackage(const Package& package) {
-      catalogue().addPackage(package);
-      ASSERT_TRUE(catalogue().save(PackageCollectionType::custom, nullptr));
-      sync().packageAdded(package);
-    }
-    void removePackage(const Package& package) {
-      catalogue().removeItem(package.id);
-      ASSERT_TRUE(catalogue().save(PackageCollectionType::custom, nullptr));
-      sync().packageDeleted(package);
-    }
-
-    MachineState state;
-    std::unique_ptr<SimulatedCompanion> companion;
-  };
-
-  LastingDifferences() { world.faults.isOn = false; }
-  ~LastingDifferences() override {
-    if (HasFailure()) std::cout << world.trace.text();
-  }
-
-  static void run(Machine& machine) { machine.state.machine->time.runUntilIdle(); }
-  /// Until nothing moves.
-  void settle() {
-    for (int round = 0; round < 4; ++round) {
-      for (auto* machine : {&first, &second}) {
-        machine->companion->syncEverything();
-        run(first);
-        run(second);
-        run(first);
-      }
-    }
-  }
-  void deleteZone() {
-    EXPECT_TRUE(world.cloud->connect(World::user)->deleteZone({SyncManager::zoneName}, {}));
-  }
-
-  World world{1};
-  Machine first{world, "first"};
-  Machine second{world, "second"};
-};
+/// What the rules of sync leave different on two machines for good, or give up. The simulation
+/// excuses exactly this.
+using LastingDifferences = TwoSimulatedMachines;
 
 TEST_F(LastingDifferences, ARuleThatBothHaveOfADeletedZoneIsNeverSavedAgain) {
   ASSERT_TRUE(first.add(rule("1")));
@@ -119,6 +38,18 @@ TEST_F(LastingDifferences, BehindARuleOfADeletedZoneNothingElseOfTheMachineIsSav
   settle();
   EXPECT_THAT(first.rules(), ElementsAre("1", "2", "3"));
   EXPECT_THAT(second.rules(), ElementsAre("1", "3"));
+}
+
+TEST_F(LastingDifferences, AfterADeletedZoneNoMachineIsToldOfChanges) {
+  settle();
+  deleteZone();
+  ASSERT_TRUE(first.add(rule("1")));
+  run(first);
+  run(second);
+  EXPECT_THAT(second.rules(), IsEmpty());
+  settle();
+  EXPECT_THAT(second.rules(), ElementsAre("1"));
+  EXPECT_TRUE(second.state.value(SyncManager::zoneSubscriptionIDKey));
 }
 
 TEST_F(LastingDifferences, WhatOnePageChangesAndALaterOneDeletesStays) {

@@ -17,8 +17,6 @@ class Random {
     return least + below(most - least + 1);
   }
   bool chance(std::size_t percent) { return below(100) < percent; }
-  /// In `perMille` of a thousand cases.
-  bool rarely(std::size_t perMille) { return below(1000) < perMille; }
   template <typename Items>
   const auto& oneOf(const Items& items) {
     return items[below(items.size())];

@@ -49,6 +49,7 @@ class SimulatedProcess {
   DataManager& dataManager() { return process_->dataManager(); }
   Platform& platform() { return platform_; }
   Risk& risk() { return risk_; }
+  const std::string& machine() const { return state_.name(); }
 
   /// Edits that are in this process alone, since a file could not be written.
   std::vector<std::string> unsaved;

@@ -74,7 +74,10 @@ class Simulation {
 
   Contents contents(Machine& machine);
   Contents cloudContents();
-  bool isException(const std::string& id, const UserModel::Version* version);
+  using Machines = std::vector<const Machine*>;
+  bool isException(const std::string& id, const UserModel::Version* version,
+                   const Machines& machines);
+  Machines allMachines() const;
   bool isStuck(Machine& machine);
 
   World world_;
@@ -82,7 +85,6 @@ class Simulation {
   std::vector<std::unique_ptr<Machine>> machines_;
   bool deletesZone_ = false;
   std::size_t deathPerMille_ = 0;
-  std::size_t restartPercent_ = 20;
   bool fillsDisks_ = false;
   bool losesAccounts_ = false;
   std::set<std::string> stuckIDs_;

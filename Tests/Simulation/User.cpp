@@ -69,7 +69,7 @@ Answer User::answerOf(SimulatedProcess& process, bool isDone, std::size_t refuse
                       const std::vector<std::string>& ids) {
   const auto& risk = process.risk();
   if (risk.isDead() || risk.refused() != refusedBefore) {
-    world_.history.neverSent.insert(ids.begin(), ids.end());
+    world_.history.neverSends(process.machine(), ids);
     return Answer::doubtful;
   }
   if (isDone) return Answer::acknowledged;
@@ -83,7 +83,7 @@ void User::lookAfter(SimulatedProcess& process) {
   const auto refused = process.risk().refused();
   if (!process.risk().isDead() && refused == process.refusalsSeen) return;
   process.refusalsSeen = refused;
-  world_.history.neverSent.insert(process.unsaved.begin(), process.unsaved.end());
+  world_.history.neverSends(process.machine(), process.unsaved);
 }
 
 std::optional<User::Place> User::anyPlace(SimulatedProcess& process) {
@@ -169,7 +169,7 @@ void User::deleteRule(SimulatedProcess& process, const std::string& machine) {
     dataManager.removeItem(id);
     isDone = dataManager.save(PackageCollectionType::custom, nullptr);
     if (isDone) process.process().syncManager().ruleDeleted(place->rule, place->package);
-    if (!isDone) world_.history.neverSent.insert(id);
+    if (!isDone) world_.history.neverSends(machine, id);
   }
   world_.model.deleted(machine, id, answerOf(process, isDone, refused, {id}));
 }
@@ -183,7 +183,7 @@ void User::savePackage(SimulatedProcess& process, const std::string& machine,
   const auto& custom = process.dataManager().customPackages();
   const auto saved = *std::ranges::find(custom, package.id, &Package::id);
   if (isDone) process.process().syncManager().packageAdded(saved);
-  if (!isDone) world_.history.neverSent.insert(package.id);
+  if (!isDone) world_.history.neverSends(machine, package.id);
   std::vector<std::string> ids{package.id};
   for (const auto& rule : saved.rules) ids.push_back(rule.id);
   const auto answer = answerOf(process, isDone, refused, ids);
@@ -219,7 +219,7 @@ void User::deletePackage(SimulatedProcess& process, const std::string& machine) 
   process.dataManager().removeItem(package.id);
   const bool isDone = process.dataManager().save(PackageCollectionType::custom, nullptr);
   if (isDone) process.process().syncManager().packageDeleted(package);
-  if (!isDone) world_.history.neverSent.insert(package.id);
+  if (!isDone) world_.history.neverSends(machine, package.id);
   std::vector<std::string> ids{package.id};
   for (const auto& rule : package.rules) ids.push_back(rule.id);
   const auto answer = answerOf(process, isDone, refused, ids);
