@@ -33,6 +33,8 @@ class CloudHistory {
   void neverSends(const std::string& machine, const Names& names) {
     neverSent_[machine].insert(names.begin(), names.end());
   }
+  /// See `ForgottenDeletions`.
+  std::set<std::string> forgottenDeletions;
   const std::set<std::string>& neverSentBy(const std::string& machine) {
     return neverSent_[machine];
   }

@@ -62,10 +62,26 @@ class Risk {
   std::optional<std::size_t> effectsLeft_;
 };
 
+/// Looks at the keys and values before and after each change, as part of it.
+class TransactionWatch {
+ public:
+  using Transaction = KeyValueDatabase::Transaction;
+
+  TransactionWatch() = default;
+  TransactionWatch(const TransactionWatch&) = delete;
+  TransactionWatch& operator=(const TransactionWatch&) = delete;
+  virtual ~TransactionWatch() = default;
+
+  virtual void begins(Transaction& transaction) = 0;
+  virtual void ends(Transaction& transaction) = 0;
+};
+
 /// Keys and values of a machine as a process at risk has them.
 class RiskyDatabase final : public KeyValueDatabase {
  public:
-  RiskyDatabase(KeyValueDatabase& database, Risk& risk) : database_(database), risk_(risk) {}
+  /// The watch may be absent.
+  RiskyDatabase(KeyValueDatabase& database, Risk& risk, TransactionWatch* watch = nullptr)
+      : database_(database), risk_(risk), watch_(watch) {}
 
   Expected<std::optional<PropertyListValue>> value(std::string_view key) override {
     return database_.value(key);
@@ -76,7 +92,12 @@ class RiskyDatabase final : public KeyValueDatabase {
   }
   Expected<void> transact(const std::function<void(Transaction&)>& body) override {
     if (!risk_.mayTransact()) return tl::unexpected(NSError{"test", 13, "The disk is full"});
-    return database_.transact(body);
+    if (watch_ == nullptr) return database_.transact(body);
+    return database_.transact([&](Transaction& transaction) {
+      watch_->begins(transaction);
+      body(transaction);
+      watch_->ends(transaction);
+    });
   }
   Expected<void> synchronize() override { return database_.synchronize(); }
   Expected<ChangeCount> changeCount(std::string_view key) override {
@@ -90,6 +111,7 @@ class RiskyDatabase final : public KeyValueDatabase {
  private:
   KeyValueDatabase& database_;
   Risk& risk_;
+  TransactionWatch* watch_;
 };
 
 /// Files of a machine as a process at risk has them.

@@ -9,6 +9,7 @@
 #include "Process/CloudEvents.h"
 #include "Process/Process.h"
 #include "Tests/Simulation/FaultyCloud.h"
+#include "Tests/Simulation/ForgottenDeletions.h"
 #include "Tests/Simulation/SlowExecutor.h"
 #include "Tests/Support/TestPlatform.h"
 
@@ -82,6 +83,7 @@ class SimulatedProcess {
   NSBundle bundle_;
   Output output_;
   InMemoryKeyValueDatabase suiteDatabase_;
+  ForgottenDeletions forgottenDeletions_;
   RiskyDatabase riskySuite_;
   NSUserDefaults suite_;
   UserDefaultsSuites openSuite_;

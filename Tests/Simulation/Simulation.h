@@ -60,6 +60,7 @@ class Simulation {
   void rest();
   bool settle();
   std::string digest();
+  std::string digestOfPackages();
 
   void checkEverything();
   void checkQueues(Machine& machine);
