@@ -51,6 +51,9 @@ void registerPostgreSQL(std::size_t recordCount);
 /// a machine.
 void registerSync(std::size_t ruleCount);
 
+/// The fetch of that many deleted rules and their package, which comes after them or before.
+void registerDeletions(std::size_t ruleCount);
+
 /// The first sync of a machine that has that many rules which the cloud has already.
 void registerRestoredSync(std::size_t ruleCount);
 

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <memory>
 #include <optional>
+#include <random>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -180,6 +181,62 @@ void meetAgain(benchmark::State& state, std::size_t count) {
   machine.reset();
 }
 
+void deleteFromCloud(const std::filesystem::path& path, const std::vector<std::string>& names) {
+  const CKRecordZoneID zone{SyncManager::zoneName};
+  SQLiteCloud cloud(path);
+  for (std::size_t first = 0; first < names.size(); first += cloudBatchSize) {
+    std::vector<CKRecordID> ids;
+    for (std::size_t at = first; at < std::min(first + cloudBatchSize, names.size()); ++at) {
+      ids.push_back({names[at], zone});
+    }
+    check(cloud.modifyRecords({zone, {}, ids}, {}).has_value(), "Cannot delete");
+  }
+}
+
+/// A machine that has all learns that another one has deleted these.
+void learnDeletions(benchmark::State& state, const std::vector<Package>& packages,
+                    const std::vector<std::string>& names) {
+  const test::TemporaryDirectory folder;
+  const auto cloud = folder / "Cloud.sqlite";
+  std::unique_ptr<SyncMachine> machine;
+  const auto prepare = [&] {
+    SyncMachine(cloud, packages).start();
+    machine = std::make_unique<SyncMachine>(cloud, std::vector<Package>());
+    machine->start();
+    machine->fetch();
+    check(machine->ruleCount() == packages.front().rules.size(), "Not everything has come");
+    deleteFromCloud(cloud, names);
+  };
+  const auto work = [&] {
+    machine->fetch();
+    check(machine->ruleCount() == 0, "Not everything is gone");
+  };
+  measureRates(state, names.size(), prepare, work, {});
+  machine.reset();
+}
+
+/// As the names of rules that were not made in their order.
+std::vector<std::string> shuffledRuleNames(const std::vector<Package>& packages) {
+  std::vector<std::string> names;
+  for (const auto& rule : packages.front().rules) names.push_back(rule.id);
+  std::ranges::shuffle(names, std::mt19937(1));
+  return names;
+}
+
+void learnDeletionsOfRulesFirst(benchmark::State& state, std::size_t count) {
+  const auto packages = packagesOf(count);
+  auto names = shuffledRuleNames(packages);
+  names.emplace_back(packageID);
+  learnDeletions(state, packages, names);
+}
+
+void learnDeletionsOfPackageFirst(benchmark::State& state, std::size_t count) {
+  const auto packages = packagesOf(count);
+  auto names = shuffledRuleNames(packages);
+  names.insert(names.begin(), packageID);
+  learnDeletions(state, packages, names);
+}
+
 void registerOne(const char* name, std::size_t count,
                  void (*function)(benchmark::State&, std::size_t)) {
   benchmark::RegisterBenchmark(fmt::format("sync/{}/{}", name, count).c_str(), function, count)
@@ -193,6 +250,11 @@ void registerOne(const char* name, std::size_t count,
 void registerSync(std::size_t ruleCount) {
   registerOne("send", ruleCount, sendAll);
   registerOne("receive", ruleCount, receiveAll);
+}
+
+void registerDeletions(std::size_t ruleCount) {
+  registerOne("delete", ruleCount, learnDeletionsOfRulesFirst);
+  registerOne("delete-package-first", ruleCount, learnDeletionsOfPackageFirst);
 }
 
 void registerRestoredSync(std::size_t ruleCount) { registerOne("restored", ruleCount, meetAgain); }

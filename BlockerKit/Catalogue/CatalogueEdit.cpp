@@ -21,54 +21,6 @@ std::optional<std::size_t> indexOfEqualOrSameID(const std::vector<Rule>& rules, 
   return static_cast<std::size_t>(equal - rules.begin());
 }
 
-struct RulePosition {
-  std::size_t package;
-  std::size_t rule;
-};
-
-std::optional<RulePosition> positionOfRule(const std::vector<Package>& packages,
-                                           std::string_view identifier) {
-  for (std::size_t i = 0; i < packages.size(); ++i) {
-    if (const auto rule = indexOf(packages[i].rules, identifier)) return RulePosition{i, *rule};
-  }
-  return std::nullopt;
-}
-
-bool concerns(const SettingRule& edit, UserList /*list*/, const std::vector<Package>& packages) {
-  return indexOf(packages, edit.packageIdentifier).has_value();
-}
-
-bool concerns(const SettingRules& edit, UserList /*list*/, const std::vector<Package>& packages) {
-  return indexOf(packages, edit.packageIdentifier).has_value();
-}
-
-bool concerns(const ReplacingRule& edit, UserList /*list*/, const std::vector<Package>& packages) {
-  return indexOf(packages, edit.packageIdentifier).has_value();
-}
-
-bool concerns(const SettingPackage& /*edit*/, UserList list,
-              const std::vector<Package>& /*packages*/) {
-  return list == UserList::custom;
-}
-
-bool concerns(const NamingPackage& /*edit*/, UserList list,
-              const std::vector<Package>& /*packages*/) {
-  return list == UserList::custom;
-}
-
-bool concerns(const RemovingPackage& edit, UserList list, const std::vector<Package>& packages) {
-  return list == UserList::custom && indexOf(packages, edit.identifier).has_value();
-}
-
-bool concerns(const RemovingRule& edit, UserList /*list*/, const std::vector<Package>& packages) {
-  return positionOfRule(packages, edit.identifier).has_value();
-}
-
-void removeRule(EditablePackages& list, const RulePosition& position) {
-  auto& package = list.edit()[position.package];
-  package = std::move(package).packageByRemovingRuleAtIndex(position.rule);
-}
-
 void setRule(EditablePackages& list, std::size_t packageIndex, const Rule& rule) {
   auto& package = list.edit()[packageIndex];
   package = std::move(package).packageBySettingRule(rule);
@@ -105,7 +57,8 @@ void make(const ReplacingRule& edit, EditablePackages& list) {
   if (rule && edit.replacement) {
     list.edit()[*package].rules[*rule] = *edit.replacement;
   } else if (rule) {
-    removeRule(list, {*package, *rule});
+    auto& edited = list.edit()[*package];
+    edited = std::move(edited).packageByRemovingRuleAtIndex(*rule);
   } else if (edit.replacement) {
     setRule(list, *package, *edit.replacement);
   }
@@ -129,37 +82,21 @@ void make(const NamingPackage& edit, EditablePackages& list) {
   }
 }
 
-void make(const RemovingPackage& edit, EditablePackages& list) {
-  const auto index = indexOf(list.get(), edit.identifier);
-  if (!index) return;
-  auto& packages = list.edit();
-  packages.erase(packages.begin() + static_cast<std::ptrdiff_t>(*index));
-}
-
-void make(const RemovingRule& edit, EditablePackages& list) {
-  const auto position = positionOfRule(list.get(), edit.identifier);
-  if (position) removeRule(list, *position);
-}
+void make(const RemovingItems& edit, EditablePackages& list) { removeItems(edit, list); }
 
 }  // namespace
+
+std::optional<UserList> listWithPackage(const UserPackages& packages, std::string_view identifier) {
+  if (indexOf(packages.configurable.get(), identifier)) return UserList::configurable;
+  if (indexOf(packages.custom.get(), identifier)) return UserList::custom;
+  return std::nullopt;
+}
 
 const Package* packageWithIdentifier(const UserPackages& packages, std::string_view identifier) {
   for (const auto* list : {&packages.configurable, &packages.custom}) {
     if (const auto index = indexOf(list->get(), identifier)) return &list->get()[*index];
   }
   return nullptr;
-}
-
-std::optional<UserList> listConcerned(const CatalogueEdit& edit, const UserPackages& packages) {
-  return std::visit(
-      [&](const auto& which) -> std::optional<UserList> {
-        if (concerns(which, UserList::configurable, packages.configurable.get())) {
-          return UserList::configurable;
-        }
-        if (concerns(which, UserList::custom, packages.custom.get())) return UserList::custom;
-        return std::nullopt;
-      },
-      edit);
 }
 
 void perform(const CatalogueEdit& edit, EditablePackages& list) {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "BlockerKit/Catalogue/EditablePackages.h"
+#include "BlockerKit/Catalogue/ItemRemoval.h"
 
 namespace orvane {
 
@@ -22,6 +23,9 @@ struct UserPackages {
     return list == UserList::configurable ? configurable : custom;
   }
 };
+
+/// The list that has a package with that id, the configurable one first; nothing when none has.
+std::optional<UserList> listWithPackage(const UserPackages& packages, std::string_view identifier);
 
 /// The configurable or else the custom package with that id; null when there is none.
 const Package* packageWithIdentifier(const UserPackages& packages, std::string_view identifier);
@@ -59,24 +63,10 @@ struct NamingPackage {
   std::string name;
 };
 
-/// Removes the custom package with that id.
-struct RemovingPackage {
-  std::string identifier;
-};
-
-/// Removes the first rule with that id.
-struct RemovingRule {
-  std::string identifier;
-};
-
 /// An edit of one of the lists. It says what is wanted by identifiers, so that it can be made again
 /// on a list that another process has changed.
 using CatalogueEdit = std::variant<SettingRule, SettingRules, ReplacingRule, SettingPackage,
-                                   NamingPackage, RemovingPackage, RemovingRule>;
-
-/// The list that the edit is about: the first that has what is to be changed. Nothing when none
-/// has.
-std::optional<UserList> listConcerned(const CatalogueEdit& edit, const UserPackages& packages);
+                                   NamingPackage, RemovingItems>;
 
 /// Makes the edit on its list, where it changes nothing when what it is about is gone.
 void perform(const CatalogueEdit& edit, EditablePackages& list);

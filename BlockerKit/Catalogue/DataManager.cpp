@@ -108,12 +108,13 @@ void DataManager::publish() {
 }
 
 bool DataManager::addRule(const Rule& rule, std::string_view packageIdentifier) {
-  if (!hasPackage(packageIdentifier)) return false;
+  const auto list = listOfPackage(packageIdentifier);
+  if (!list) return false;
   const std::string identifier(packageIdentifier);
-  const bool isSaved = makeAndSave(SettingRule{identifier, rule},
+  const bool isSaved = makeAndSave(*list, SettingRule{identifier, rule},
                                    [this, rule, identifier] { reportAdded(rule, identifier); });
   // Another process may have removed the package meanwhile.
-  return isSaved && hasPackage(identifier);
+  return isSaved && listOfPackage(identifier);
 }
 
 bool DataManager::replaceRule(const Rule& old, const std::optional<Rule>& replacement,
@@ -121,7 +122,7 @@ bool DataManager::replaceRule(const Rule& old, const std::optional<Rule>& replac
   const auto* package = configurablePackage(type);
   if (package == nullptr || !contains(package->rules, old)) return false;
   const std::string identifier(rawValue(type));
-  return makeAndSave(ReplacingRule{identifier, old, replacement},
+  return makeAndSave(UserList::configurable, ReplacingRule{identifier, old, replacement},
                      [this, old, replacement, identifier] {
                        if (!replacement || replacement->id != old.id) {
                          report(hooks_.ruleDeleted, old, identifier);
@@ -146,18 +147,14 @@ void DataManager::reportAdded(const Rule& rule, std::string_view packageIdentifi
   if (isThere) report(hooks_.ruleAdded, rule, packageIdentifier);
 }
 
-bool DataManager::makeAndSave(const CatalogueEdit& edit, std::function<void()> report) {
-  const auto list = listConcerned(edit, userPackages());
-  if (!list) return false;
-  makeUnsaved(edit, std::move(report));
-  return saveLists(nullptr).isSaved(*list);
+bool DataManager::makeAndSave(UserList list, CatalogueEdit edit, std::function<void()> report) {
+  makeUnsaved(list, std::move(edit), std::move(report));
+  return saveLists(nullptr).isSaved(list);
 }
 
-void DataManager::makeUnsaved(const CatalogueEdit& edit, std::function<void()> report) {
-  const auto list = listConcerned(edit, userPackages());
-  if (!list) return;
-  perform(edit, userPackages_[*list]);
-  unsaved_.push_back({*list, edit, std::move(report)});
+void DataManager::makeUnsaved(UserList list, CatalogueEdit edit, std::function<void()> report) {
+  perform(edit, loaded(list));
+  unsaved_.push_back({list, std::move(edit), std::move(report)});
 }
 
 void DataManager::addPackage(const Package& package) {
@@ -171,15 +168,20 @@ void DataManager::addPackage(const Package& package) {
   // Another process may have changed the rules since the files were read.
   const auto* held = packageWithIdentifier(userPackages(), package.id);
   const bool hasRulesHeld = held == nullptr ? package.rules.empty() : package.rules == held->rules;
-  if (hasRulesHeld) return makeUnsaved(NamingPackage{package.id, package.name}, nullptr);
-  makeUnsaved(SettingPackage{package}, nullptr);
+  if (hasRulesHeld) {
+    return makeUnsaved(UserList::custom, NamingPackage{package.id, package.name}, nullptr);
+  }
+  makeUnsaved(UserList::custom, SettingPackage{package}, nullptr);
 }
 
 /// Says so when there is none.
-bool DataManager::hasPackage(std::string_view identifier) {
-  if (packageWithIdentifier(userPackages(), identifier) != nullptr) return true;
-  platform_.standardOutput.print(fmt::format("Can't find package with identifier {}", identifier));
-  return false;
+std::optional<UserList> DataManager::listOfPackage(std::string_view identifier) {
+  const auto list = listWithPackage(userPackages(), identifier);
+  if (!list) {
+    platform_.standardOutput.print(
+        fmt::format("Can't find package with identifier {}", identifier));
+  }
+  return list;
 }
 
 void DataManager::mergeRemoteRule(const Rule& rule, std::string_view packageIdentifier) {
@@ -187,22 +189,25 @@ void DataManager::mergeRemoteRule(const Rule& rule, std::string_view packageIden
 }
 
 void DataManager::mergeRemoteRules(std::vector<Rule> rules, std::string_view packageIdentifier) {
+  std::optional<UserList> list;
   // Each that has no package is said.
-  std::erase_if(rules, [&](const Rule&) { return !hasPackage(packageIdentifier); });
-  if (rules.empty()) return;
-  makeUnsaved(SettingRules{std::string(packageIdentifier), std::move(rules)}, nullptr);
+  for (auto left = rules.size(); !list && left > 0; --left) list = listOfPackage(packageIdentifier);
+  if (!list) return;
+  makeUnsaved(*list, SettingRules{std::string(packageIdentifier), std::move(rules)}, nullptr);
 }
 
 void DataManager::removeItem(std::string_view identifier) {
-  const std::string item(identifier);
-  if (contains(customPackages(), item)) return makeUnsaved(RemovingPackage{item}, nullptr);
-  if (listConcerned(RemovingRule{item}, userPackages())) {
-    return makeUnsaved(RemovingRule{item}, nullptr);
-  }
-  // Another process may have saved it since the files were read: the save then finds it.
-  unsaved_.push_back({UserList::configurable, RemovingRule{item}, nullptr});
-  unsaved_.push_back({UserList::custom, RemovingRule{item}, nullptr});
-  unsaved_.push_back({UserList::custom, RemovingPackage{item}, nullptr});
+  removeItems({std::string(identifier)});
+}
+
+void DataManager::removeItems(const std::vector<std::string>& identifiers) {
+  const auto& [configurable, custom] = userPackages();
+  auto removals = itemRemovals(identifiers, configurable.get(), custom.get());
+  const auto make = [&](UserList list, RemovingItems edit) {
+    if (!edit.items.empty()) makeUnsaved(list, std::move(edit), nullptr);
+  };
+  make(UserList::configurable, std::move(removals.configurable));
+  make(UserList::custom, std::move(removals.custom));
 }
 
 bool DataManager::save(PackageCollectionType /*kind*/, SafariReloadingHandler completion) {

@@ -3,6 +3,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -89,7 +90,12 @@ class DataManager {
   void mergeRemoteRule(const Rule& rule, std::string_view packageIdentifier);
   /// The same for each of the rules in turn.
   void mergeRemoteRules(std::vector<Rule> rules, std::string_view packageIdentifier);
+  /// Removes the custom package with that id, or else the first rule with it, of a configurable
+  /// package or else of a custom one. What another process has saved meanwhile is removed by the
+  /// save.
   void removeItem(std::string_view identifier);
+  /// The same for each in turn, which costs hardly more than one.
+  void removeItems(const std::vector<std::string>& identifiers);
 
   /// Writes the configurable and the custom packages, whichever `kind` it is asked for, and then
   /// asks for a reload, whose result goes to `completion`, which may be empty. Both files are on
@@ -113,10 +119,10 @@ class DataManager {
   EditablePackages& loaded(UserList list);
   UserPackages& userPackages();
   void publish();
-  bool hasPackage(std::string_view identifier);
-  bool makeAndSave(const CatalogueEdit& edit, std::function<void()> report);
+  std::optional<UserList> listOfPackage(std::string_view identifier);
+  bool makeAndSave(UserList list, CatalogueEdit edit, std::function<void()> report);
   SavedLists saveLists(SafariReloadingHandler completion);
-  void makeUnsaved(const CatalogueEdit& edit, std::function<void()> report);
+  void makeUnsaved(UserList list, CatalogueEdit edit, std::function<void()> report);
   std::vector<std::function<void()>> takeReports(const SavedLists& saved);
   void reportAdded(const Rule& rule, std::string_view packageIdentifier);
   void report(const std::function<void(const Rule&, const Package&)>& hook, const Rule& rule,

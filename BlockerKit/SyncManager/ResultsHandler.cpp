@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <unordered_map>
 
 namespace orvane {
 namespace {
@@ -11,15 +12,18 @@ void moveTo(std::vector<Item>& list, std::vector<Item>& items) {
   std::ranges::move(items, std::back_inserter(list));
 }
 
-/// The rules that follow each other and are of the same package.
+/// The rules of each package in their order, whatever rules of others come in between: a rule is
+/// put into its own package only, so it makes no difference to those of others.
 std::vector<std::pair<std::string, std::vector<Rule>>> byPackage(
-    const std::vector<std::pair<Rule, std::string>>& rules) {
-  std::vector<std::pair<std::string, std::vector<Rule>>> runs;
-  for (const auto& [rule, package] : rules) {
-    if (runs.empty() || runs.back().first != package) runs.push_back({package, {}});
-    runs.back().second.push_back(rule);
+    std::vector<std::pair<Rule, std::string>>&& rules) {
+  std::vector<std::pair<std::string, std::vector<Rule>>> packages;
+  std::unordered_map<std::string, std::size_t> places;
+  for (auto& [rule, package] : rules) {
+    const auto [place, isNew] = places.try_emplace(package, packages.size());
+    if (isNew) packages.emplace_back(package, std::vector<Rule>());
+    packages[place->second].second.push_back(std::move(rule));
   }
-  return runs;
+  return packages;
 }
 
 }  // namespace
@@ -42,16 +46,15 @@ void ResultsHandler::apply(RemoteChanges changes, const std::string& page, bool 
   mainQueue_.post([this, lifetime = std::weak_ptr(lifetime_), all = std::move(all),
                    pages = std::exchange(pagesPending_, {}),
                    completion = std::move(completion)]() mutable {
-    if (!lifetime.expired()) applyOnMainQueue(all, pages, std::move(completion));
+    if (!lifetime.expired()) applyOnMainQueue(std::move(all), pages, std::move(completion));
   });
 }
 
-void ResultsHandler::applyOnMainQueue(const RemoteChanges& changes,
-                                      const std::vector<std::string>& pages,
+void ResultsHandler::applyOnMainQueue(RemoteChanges changes, const std::vector<std::string>& pages,
                                       SafariReloadingHandler completion) {
-  for (const auto& identifier : changes.deleted) dataManager_.removeItem(identifier);
+  dataManager_.removeItems(changes.deleted);
   for (const auto& package : changes.packages) dataManager_.addPackage(withRulesHeldHere(package));
-  for (auto& [package, rules] : byPackage(changes.rules)) {
+  for (auto& [package, rules] : byPackage(std::move(changes.rules))) {
     dataManager_.mergeRemoteRules(std::move(rules), package);
   }
   std::ranges::copy(pages, std::back_inserter(pagesUnsaved_));

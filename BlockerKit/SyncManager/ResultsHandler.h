@@ -39,7 +39,7 @@ class ResultsHandler {
              SafariReloadingHandler completion);
 
  private:
-  void applyOnMainQueue(const RemoteChanges& changes, const std::vector<std::string>& pages,
+  void applyOnMainQueue(RemoteChanges changes, const std::vector<std::string>& pages,
                         SafariReloadingHandler completion);
   Package withRulesHeldHere(const Package& package);
 

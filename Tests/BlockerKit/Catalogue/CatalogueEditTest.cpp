@@ -6,12 +6,6 @@ namespace {
 
 using ::testing::ElementsAre;
 
-UserPackages userPackages() {
-  return {EditablePackages({packageOf("whitelist", {blockRule("1"), blockRule("2")}),
-                            packageOf("make-https", {blockRule("1")})}),
-          EditablePackages({packageOf("A", {blockRule("2"), blockRule("3")}), packageOf("B")})};
-}
-
 std::vector<Package> edited(const CatalogueEdit& edit, std::vector<Package> packages) {
   EditablePackages list(std::move(packages));
   perform(edit, list);
@@ -24,25 +18,9 @@ TEST(CatalogueEditTest, APackageIsLookedForAmongTheConfigurableOnesFirst) {
   EXPECT_EQ(packageWithIdentifier(packages, "same")->rules.size(), 1U);
   EXPECT_EQ(packageWithIdentifier(packages, "own")->id, "own");
   EXPECT_EQ(packageWithIdentifier(packages, "Own"), nullptr);
-}
-
-TEST(CatalogueEditTest, AnEditConcernsTheListThatHasWhatItIsAbout) {
-  const auto packages = userPackages();
-  const auto concerned = [&](const CatalogueEdit& edit) { return listConcerned(edit, packages); };
-  constexpr auto configurable = UserList::configurable;
-  constexpr auto custom = UserList::custom;
-  EXPECT_EQ(concerned(SettingRule{"whitelist", blockRule("9")}), configurable);
-  EXPECT_EQ(concerned(SettingRule{"B", blockRule("9")}), custom);
-  EXPECT_EQ(concerned(SettingRule{"C", blockRule("9")}), std::nullopt);
-  EXPECT_EQ(concerned(ReplacingRule{"make-https", blockRule("1"), std::nullopt}), configurable);
-  EXPECT_EQ(concerned(ReplacingRule{"C", blockRule("1"), std::nullopt}), std::nullopt);
-  EXPECT_EQ(concerned(SettingPackage{packageOf("new")}), custom);
-  EXPECT_EQ(concerned(NamingPackage{"whitelist", "x"}), custom);
-  EXPECT_EQ(concerned(RemovingPackage{"A"}), custom);
-  EXPECT_EQ(concerned(RemovingPackage{"whitelist"}), std::nullopt);
-  EXPECT_EQ(concerned(RemovingRule{"2"}), configurable);
-  EXPECT_EQ(concerned(RemovingRule{"3"}), custom);
-  EXPECT_EQ(concerned(RemovingRule{"A"}), std::nullopt);
+  EXPECT_EQ(listWithPackage(packages, "same"), UserList::configurable);
+  EXPECT_EQ(listWithPackage(packages, "own"), UserList::custom);
+  EXPECT_EQ(listWithPackage(packages, "1"), std::nullopt);
 }
 
 TEST(CatalogueEditTest, SettingARuleReplacesTheOneWithItsIdOrAppends) {
@@ -106,23 +84,13 @@ TEST(CatalogueEditTest, SettingAPackageReplacesTheOneWithItsIdOrAppends) {
             (std::vector{packageOf("A"), packageOf("B"), packageOf("C")}));
 }
 
-TEST(CatalogueEditTest, RemovingTakesTheFirstWithTheId) {
-  const std::vector packages{packageOf("A", {blockRule("1"), blockRule("2")}),
-                             packageOf("B", {blockRule("1")}), packageOf("A")};
-  EXPECT_EQ(edited(RemovingPackage{"A"}, packages), (std::vector{packages[1], packages[2]}));
-  EXPECT_EQ(edited(RemovingPackage{"1"}, packages), packages);
-  EXPECT_EQ(edited(RemovingRule{"1"}, packages),
-            (std::vector{packageOf("A", {blockRule("2")}), packages[1], packages[2]}));
-  EXPECT_EQ(edited(RemovingRule{"B"}, packages), packages);
-}
-
 TEST(CatalogueEditTest, AnEditThatChangesNothingLeavesASharedListShared) {
   EditablePackages list({packageOf("A")});
   const auto shared = list.share();
   perform(SettingRule{"C", blockRule("1")}, list);
   perform(ReplacingRule{"A", blockRule("1"), std::nullopt}, list);
-  perform(RemovingPackage{"C"}, list);
-  perform(RemovingRule{"1"}, list);
+  perform(RemovingItems{{{RemovingItems::Kind::package, "C"}, {RemovingItems::Kind::rule, "1"}}},
+          list);
   EXPECT_EQ(&list.get(), shared.get());
 }
 

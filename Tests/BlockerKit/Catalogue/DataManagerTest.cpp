@@ -306,6 +306,19 @@ TEST_F(DataManagerTest, RemovingAnItemTakesTheCustomPackageOrElseTheRule) {
   EXPECT_THAT(takeLines(), IsEmpty());
 }
 
+TEST_F(DataManagerTest, RemovingManyItemsIsRemovingEachInTurnAndNobodyIsTold) {
+  put(configurableFile, {packageOf("whitelist", {blockRule("A"), blockRule("1")})});
+  put(customFile, {packageOf("A", {blockRule("1")}),
+                   packageOf("B", {blockRule("2"), blockRule("1"), blockRule("3")})});
+  load();
+  dataManager.removeItems({"A", "1", "nowhere", "A", "whitelist", "2", "1"});
+  EXPECT_THAT(ruleIDs(process.whitelist()), IsEmpty());
+  EXPECT_EQ(dataManager.customPackages(), std::vector{packageOf("B", {blockRule("3")})});
+  EXPECT_THAT(takeLines(), IsEmpty());
+  EXPECT_TRUE(dataManager.save(PackageCollectionType::custom, nullptr));
+  EXPECT_EQ(takeLines(), savedLines(2, 1));
+}
+
 TEST_F(DataManagerTest, WhatCameFromTheCloudIsOnDiskAfterASaveAndNobodyIsTold) {
   put(customFile, {packageOf("A", {blockRule("1")}), packageOf("B")});
   load();

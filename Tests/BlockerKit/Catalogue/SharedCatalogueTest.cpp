@@ -134,6 +134,34 @@ TEST_F(TwoProcesses, ADeletionFromTheCloudFindsWhatTheOtherHasMade) {
   EXPECT_EQ(first.dataManager.customPackages(), first.onDisk(customType));
 }
 
+TEST_F(TwoProcesses, ManyDeletionsFromTheCloudFindWhatTheOtherHasMade) {
+  files().put(customFile, packagesJSON({packageOf("A", {blockRule("1"), blockRule("2")})}), 1);
+  first.dataManager.packages();
+  second.dataManager.addRule(blockRule("3"), "whitelist");
+  second.dataManager.addPackage(packageOf("B", {blockRule("4"), blockRule("5")}));
+  second.dataManager.addPackage(packageOf("C"));
+  EXPECT_TRUE(second.dataManager.save(PackageCollectionType::custom, nullptr));
+  first.dataManager.removeItems({"3", "1", "nowhere", "4", "C"});
+  EXPECT_TRUE(first.dataManager.save(PackageCollectionType::custom, nullptr));
+  EXPECT_THAT(first.whitelist().rules, IsEmpty());
+  EXPECT_EQ(first.dataManager.customPackages(),
+            (std::vector{packageOf("A", {blockRule("2")}), packageOf("B", {blockRule("5")})}));
+  EXPECT_EQ(first.onDisk(configurableType), first.dataManager.configurablePackages());
+  EXPECT_EQ(first.onDisk(customType), first.dataManager.customPackages());
+}
+
+TEST_F(TwoProcesses, ADeletionThatFoundNothingIsOverWithTheSave) {
+  first.dataManager.packages();
+  first.dataManager.removeItems({"1", "A", "2"});
+  EXPECT_TRUE(first.dataManager.save(PackageCollectionType::custom, nullptr));
+  second.dataManager.addRule(blockRule("1"), "whitelist");
+  second.dataManager.addPackage(packageOf("A", {blockRule("2")}));
+  EXPECT_TRUE(second.dataManager.save(PackageCollectionType::custom, nullptr));
+  EXPECT_TRUE(first.dataManager.save(PackageCollectionType::custom, nullptr));
+  EXPECT_THAT(ruleIDs(first.whitelist()), ElementsAre("1"));
+  EXPECT_EQ(first.onDisk(customType), std::vector{packageOf("A", {blockRule("2")})});
+}
+
 TEST_F(TwoProcesses, AnEditOfADamagedListIsMadeOnce) {
   files().put(customFile,
               packagesJSON({packageOf("A", {blockRule("1")}), packageOf("B", {blockRule("1")})}),
@@ -191,25 +219,30 @@ struct Step {
   std::string rule;
   std::string urlFilter;
   std::string other;
+  /// What a removal takes; so few that they meet packages and rules again and again.
+  std::vector<std::string> items;
 };
 
 void showValue(const Step& step, std::ostream& os) {
   os << "{kind " << static_cast<int>(step.kind) << ", process " << step.process << ", package "
      << step.package << ", rule " << step.rule << " " << step.urlFilter << ", other " << step.other
-     << "}";
+     << ", items";
+  for (const auto& item : step.items) os << " " << item;
+  os << "}";
 }
 
 rc::Gen<Step> steps() {
   using Kind = Step::Kind;
   return rc::gen::apply(
       [](Kind kind, std::size_t process, std::string package, std::string rule,
-         std::string urlFilter, std::string other) {
+         std::string urlFilter, std::string other, std::vector<std::string> items) {
         return Step{kind,
                     process,
                     std::move(package),
                     std::move(rule),
                     std::move(urlFilter),
-                    std::move(other)};
+                    std::move(other),
+                    std::move(items)};
       },
       rc::gen::weightedElement<Kind>({{6, Kind::addRule},
                                       {3, Kind::removeRule},
@@ -226,7 +259,9 @@ rc::Gen<Step> steps() {
       rc::gen::inRange<std::size_t>(0, 2),
       rc::gen::element<std::string>("whitelist", "make-https", "A", "B"),
       rc::gen::element<std::string>("1", "2", "3", "4"), rc::gen::element<std::string>("x", "y"),
-      rc::gen::element<std::string>("1", "2", "3", "4", "5"));
+      rc::gen::element<std::string>("1", "2", "3", "4", "5"),
+      rc::gen::container<std::vector<std::string>>(
+          rc::gen::element<std::string>("whitelist", "A", "B", "1", "2", "3", "4", "5")));
 }
 
 /// The lists as plain values, and edits of them as they are defined.
@@ -369,22 +404,10 @@ class Simulation {
         editPackage(model, step.package, setting(step.package, rule));
         manager.mergeRemoteRule(rule, step.package);
         break;
-      case Step::Kind::cloudRemoval: {
-        const auto& id = step.urlFilter == "x" ? step.package : step.rule;
-        if (find(model.lists.custom, id) != nullptr) {
-          edit(model, true, removingPackage(id));
-        } else if (holdsRule(model.lists.configurable, id)) {
-          edit(model, false, removingRule(id));
-        } else if (holdsRule(model.lists.custom, id)) {
-          edit(model, true, removingRule(id));
-        } else {
-          model.unsaved.emplace_back(false, removingRule(id));
-          model.unsaved.emplace_back(true, removingRule(id));
-          model.unsaved.emplace_back(true, removingPackage(id));
-        }
-        manager.removeItem(id);
+      case Step::Kind::cloudRemoval:
+        for (const auto& item : step.items) remove(model, item);
+        manager.removeItems(step.items);
         break;
-      }
       case Step::Kind::save: {
         const bool expected = saved(step.process);
         RC_ASSERT(manager.save(PackageCollectionType::custom, nullptr) == expected);
@@ -437,6 +460,19 @@ class Simulation {
       return true;
     }
     return false;
+  }
+  static void remove(Model& model, const std::string& id) {
+    if (find(model.lists.custom, id) != nullptr) {
+      edit(model, true, removingPackage(id));
+    } else if (holdsRule(model.lists.configurable, id)) {
+      edit(model, false, removingRule(id));
+    } else if (holdsRule(model.lists.custom, id)) {
+      edit(model, true, removingRule(id));
+    } else {
+      model.unsaved.emplace_back(false, removingRule(id));
+      model.unsaved.emplace_back(true, removingRule(id));
+      model.unsaved.emplace_back(true, removingPackage(id));
+    }
   }
   void rebase(Model& model, bool isCustom) {
     auto& list = model.lists.list(isCustom);

@@ -104,6 +104,21 @@ TEST_F(ResultsOfAFetch, replaceARuleInItsPlace) {
   EXPECT_THAT(rules, ElementsAre(blockRule("a", "changed"), blockRule("b")));
 }
 
+TEST_F(ResultsOfAFetch, addTheRulesOfAPackageInTheirOrderWhateverComesInBetween) {
+  apply({.deleted = {},
+         .rules = {{blockRule("b"), "p"},
+                   {blockRule("c"), "q"},
+                   {blockRule("a"), "p"},
+                   {blockRule("b"), "q"},
+                   {blockRule("b", "last"), "p"},
+                   {blockRule("a"), "q"}},
+         .packages = {packageOf("p"), packageOf("q")}});
+  EXPECT_THAT(catalogue().customPackages()[0].rules,
+              ElementsAre(blockRule("b", "last"), blockRule("a")));
+  EXPECT_THAT(catalogue().customPackages()[1].rules,
+              ElementsAre(blockRule("c"), blockRule("b"), blockRule("a")));
+}
+
 TEST_F(ResultsOfAFetch, removeARuleFromWhateverPackageItIsIn) {
   apply({.deleted = {},
          .rules = {{blockRule("a"), "block-url"}, {blockRule("b"), "p"}},
