@@ -28,15 +28,15 @@ std::string kindOf(const Package& package) {
   return "custom";
 }
 
-struct Row {
+struct PackageRow {
   const Package* package;
   bool isEnabled;
   std::size_t disabledRules;
 };
 
-std::vector<Row> rowsOf(const std::vector<Package>& packages,
-                        BlockerPreferenceManager& preferences) {
-  std::vector<Row> rows;
+std::vector<PackageRow> rowsOf(const std::vector<Package>& packages,
+                               BlockerPreferenceManager& preferences) {
+  std::vector<PackageRow> rows;
   rows.reserve(packages.size());
   for (const auto& package : packages) {
     rows.push_back({&package, !preferences.userPreferenceIsDisabledForPackage(package),
@@ -45,7 +45,7 @@ std::vector<Row> rowsOf(const std::vector<Package>& packages,
   return rows;
 }
 
-void printText(const std::vector<Row>& rows) {
+void printText(const std::vector<PackageRow>& rows) {
   std::vector<std::vector<std::string>> table{{"KIND", "ID", "STATE", "RULES", "OFF", "NAME"}};
   for (const auto& [package, isEnabled, disabledRules] : rows) {
     table.push_back({kindOf(*package), package->id, isEnabled ? "on" : "off",
@@ -55,7 +55,7 @@ void printText(const std::vector<Row>& rows) {
   printTable(table);
 }
 
-void write(JSONWriter& writer, const std::vector<Row>& rows) {
+void write(JSONWriter& writer, const std::vector<PackageRow>& rows) {
   writer.StartArray();
   for (const auto& [package, isEnabled, disabledRules] : rows) {
     writer.StartObject();

@@ -9,7 +9,7 @@
 namespace orvane {
 namespace {
 
-struct Row {
+struct SiteRow {
   /// Empty for a rule that applies on all sites.
   std::string domain;
   bool isExcepted;
@@ -17,9 +17,9 @@ struct Row {
   bool isEnabled;
 };
 
-std::vector<Row> rowsOf(const Package& package, BlockerPreferenceManager& preferences) {
+std::vector<SiteRow> rowsOf(const Package& package, BlockerPreferenceManager& preferences) {
   const RuleSwitches switches(preferences, package);
-  std::vector<Row> rows;
+  std::vector<SiteRow> rows;
   for (const auto& rule : package.rules) {
     const bool isEnabled = switches.isEnabled(rule);
     const auto& filter = rule.blocker.trigger.domainFilter;
@@ -34,12 +34,12 @@ std::vector<Row> rowsOf(const Package& package, BlockerPreferenceManager& prefer
   return rows;
 }
 
-std::string placeOf(const Row& row) {
+std::string placeOf(const SiteRow& row) {
   if (row.domain.empty()) return "(every site)";
   return row.isExcepted ? fmt::format("(not {})", row.domain) : row.domain;
 }
 
-void printText(const std::vector<Row>& rows) {
+void printText(const std::vector<SiteRow>& rows) {
   std::vector<std::vector<std::string>> table{{"DOMAIN", "STATE", "RULE", "NAME"}};
   for (const auto& row : rows) {
     table.push_back({placeOf(row), row.isEnabled ? "on" : "off", row.rule->id, row.rule->name});
@@ -47,7 +47,7 @@ void printText(const std::vector<Row>& rows) {
   printTable(table);
 }
 
-void write(JSONWriter& writer, const std::vector<Row>& rows) {
+void write(JSONWriter& writer, const std::vector<SiteRow>& rows) {
   writer.StartArray();
   for (const auto& row : rows) {
     writer.StartObject();

@@ -33,9 +33,9 @@ std::vector<std::size_t> closingTokens(std::span<const CSSToken> tokens) {
   return closing;
 }
 
-std::string lowered(std::string_view text) {
+std::string inLowerCase(std::string_view text) {
   std::string result(text);
-  for (char& character : result) character = orvane::lowered(character);
+  for (char& character : result) character = lowered(character);
   return result;
 }
 
@@ -171,7 +171,7 @@ class SelectorReader {
     if (!nextIs(CSSTokenType::Ident) && !nextIs(CSSTokenType::Function)) {
       return fail("is not a name, which has to follow \":\"");
     }
-    const std::string name = lowered(tokens_[at_].text);
+    const std::string name = inLowerCase(tokens_[at_].text);
     const bool isFunction = nextIs(CSSTokenType::Function);
     if (isElement || (!isFunction && isLegacyPseudoElement(name))) {
       return readPseudoElement(begin, name, isFunction);

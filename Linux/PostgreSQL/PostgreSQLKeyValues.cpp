@@ -33,7 +33,7 @@ WHERE owner = current_user)sql";
 
 /// The account, once for each change, or alone. A token counts if it was given before the changes
 /// that have just been made, of which there are $4.
-constexpr const char* fetch = R"sql(
+constexpr const char* fetchValues = R"sql(
 SELECT accounts.epoch, accounts.seq, token.counts, changed.key, changed.value
 FROM orvane.accounts
 CROSS JOIN LATERAL (
@@ -71,7 +71,7 @@ CKResult<PostgreSQLConnection::Statements> exchangeStatements(
         {write, {PostgreSQLValue::textArray(keys), PostgreSQLValue::textArray(values)}});
     statements.push_back({count, {made}});
   }
-  statements.push_back({fetch,
+  statements.push_back({fetchValues,
                         {PostgreSQLValue::textArray(keys), PostgreSQLValue::text(behind.epoch),
                          PostgreSQLValue::integer(behind.seq), made}});
   return statements;

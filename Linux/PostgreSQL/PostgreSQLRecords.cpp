@@ -70,7 +70,7 @@ ORDER BY 1)sql";
 
 /// The zone, once for each change, or alone. A token counts if it is of this zone, and of no future
 /// that a backup has undone.
-constexpr const char* fetch = R"sql(
+constexpr const char* fetchChanges = R"sql(
 WITH zone AS (
   SELECT id, epoch, seq, $2 = epoch AND $3 BETWEEN 0 AND seq AS is_known
   FROM orvane.zones WHERE owner = current_user AND zone = $1
@@ -167,7 +167,7 @@ PostgreSQLStatement fetchStatement(const CKRecordZoneID& zoneID,
   // One more tells whether more is coming.
   constexpr auto most = static_cast<std::size_t>(std::numeric_limits<int>::max());
   const auto rows = static_cast<std::int64_t>(std::min(limit, most)) + 1;
-  return {fetch,
+  return {fetchChanges,
           {PostgreSQLValue::text(zoneID.zoneName), PostgreSQLValue::text(behind.epoch),
            PostgreSQLValue::integer(behind.seq), PostgreSQLValue::integer(rows)}};
 }

@@ -5,7 +5,7 @@
 namespace orvane {
 namespace {
 
-constexpr const char* schema = R"sql(
+constexpr const char* cloudSchema = R"sql(
 BEGIN IMMEDIATE;
 CREATE TABLE zone (id INTEGER PRIMARY KEY, name TEXT NOT NULL UNIQUE,
                    first INTEGER NOT NULL, last INTEGER NOT NULL);
@@ -24,7 +24,7 @@ COMMIT;
 )sql";
 
 /// A machine that loses its current must not lose what another has been told is saved.
-constexpr const char* settings = R"sql(
+constexpr const char* cloudSettings = R"sql(
 PRAGMA synchronous = FULL;
 PRAGMA journal_size_limit = 1048576;
 )sql";
@@ -39,8 +39,8 @@ SELECT first, last FROM key_value_store LIMIT 0;
 SELECT name, type, fields FROM public_record LIMIT 0;
 )sql";
 
-constexpr SharedFileFormat format{
-    .applicationID = 0x4F727643, .version = 1, .schema = schema, .settings = settings};
+constexpr SharedFileFormat cloudFormat{
+    .applicationID = 0x4F727643, .version = 1, .schema = cloudSchema, .settings = cloudSettings};
 
 }  // namespace
 
@@ -49,7 +49,7 @@ std::filesystem::path doorbellOf(const std::filesystem::path& path) {
 }
 
 Expected<SQLiteConnection> openCloudFile(const std::filesystem::path& path, int busyTimeout) {
-  auto connection = openSharedFile(path, doorbellOf(path), format, busyTimeout);
+  auto connection = openSharedFile(path, doorbellOf(path), cloudFormat, busyTimeout);
   if (!connection) return connection;
   if (auto result = connection->execute(lookAtTables); !result) {
     return tl::unexpected(result.error());

@@ -14,9 +14,9 @@
 namespace orvane {
 namespace {
 
-constexpr std::chrono::milliseconds lookInterval{500};
+constexpr std::chrono::milliseconds longestWait{500};
 /// Nobody waits for a look, and there is another one soon.
-constexpr int busyTimeout = 50;
+constexpr int briefTimeout = 50;
 
 void empty(const FileDescriptor& inotify) {
   std::array<char, 4096> events{};
@@ -61,7 +61,7 @@ void CloudWatch::run() {
 bool CloudWatch::waitForBell() const {
   std::array<pollfd, 2> descriptors{{{.fd = end_.get(), .events = POLLIN, .revents = 0},
                                      {.fd = inotify_.get(), .events = POLLIN, .revents = 0}}};
-  ::poll(descriptors.data(), descriptors.size(), static_cast<int>(lookInterval.count()));
+  ::poll(descriptors.data(), descriptors.size(), static_cast<int>(longestWait.count()));
   return descriptors[0].revents == 0;
 }
 
@@ -83,7 +83,7 @@ Expected<CloudWatch::State> CloudWatch::look() {
 Expected<void> CloudWatch::open() {
   if (connection_ && connection_->isInPlace()) return {};
   connection_.reset();
-  auto opened = openCloudFile(path_, busyTimeout);
+  auto opened = openCloudFile(path_, briefTimeout);
   if (!opened) return tl::unexpected(opened.error());
   connection_.emplace(*std::move(opened));
   return {};

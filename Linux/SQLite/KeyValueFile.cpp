@@ -5,9 +5,9 @@
 namespace orvane {
 namespace {
 
-constexpr int busyTimeout = 5000;
+constexpr int keyValueTimeout = 5000;
 
-constexpr const char* schema = R"sql(
+constexpr const char* keyValueSchema = R"sql(
 BEGIN IMMEDIATE;
 CREATE TABLE key (id INTEGER PRIMARY KEY, key TEXT NOT NULL UNIQUE, count INTEGER NOT NULL,
                   kind INTEGER NOT NULL, value BLOB);
@@ -20,19 +20,21 @@ PRAGMA user_version = 1;
 COMMIT;
 )sql";
 
-constexpr const char* settings = R"sql(
+constexpr const char* keyValueSettings = R"sql(
 PRAGMA synchronous = NORMAL;
 PRAGMA journal_size_limit = 1048576;
 )sql";
 
-constexpr SharedFileFormat format{
-    .applicationID = 0x4F727661, .version = 1, .schema = schema, .settings = settings};
+constexpr SharedFileFormat keyValueFormat{.applicationID = 0x4F727661,
+                                          .version = 1,
+                                          .schema = keyValueSchema,
+                                          .settings = keyValueSettings};
 
 }  // namespace
 
 Expected<SQLiteConnection> openKeyValueFile(const std::filesystem::path& path,
                                             const std::filesystem::path& doorbell) {
-  return openSharedFile(path, doorbell, format, busyTimeout);
+  return openSharedFile(path, doorbell, keyValueFormat, keyValueTimeout);
 }
 
 }  // namespace orvane

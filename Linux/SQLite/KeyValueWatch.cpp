@@ -5,8 +5,11 @@
 #include <vector>
 
 namespace orvane {
+namespace {
 
 constexpr std::chrono::milliseconds lookInterval{500};
+
+}  // namespace
 
 KeyValueWatch::KeyValueWatch(std::filesystem::path doorbell, Executor& mainQueue, Look look,
                              std::function<void()> changed)

@@ -13,7 +13,7 @@ std::string printed(const PropertyListValue& value);
 struct Printer {
   std::string operator()(bool value) const { return value ? "true" : "false"; }
   std::string operator()(std::int64_t value) const { return std::to_string(value); }
-  std::string operator()(const std::string& value) const { return quoted(value); }
+  std::string operator()(const std::string& value) const { return orvane::quoted(value); }
   std::string operator()(const PropertyListValue::Data& value) const {
     return fmt::format("{} bytes", value.size());
   }
@@ -25,7 +25,7 @@ struct Printer {
   std::string operator()(const PropertyListValue::Dictionary& value) const {
     std::vector<std::string> entries;
     for (const auto& [key, item] : value) {
-      entries.push_back(fmt::format("{}: {}", quoted(key), printed(item)));
+      entries.push_back(fmt::format("{}: {}", orvane::quoted(key), printed(item)));
     }
     return fmt::format("[{}]", entries.empty() ? ":" : fmt::format("{}", fmt::join(entries, ", ")));
   }
@@ -42,7 +42,7 @@ std::string printed(const SFSafariExtensionHandler::UserInfo& userInfo) {
 std::string printed(const std::vector<std::string>& list) {
   std::vector<std::string> items;
   items.reserve(list.size());
-  for (const auto& item : list) items.push_back(quoted(item));
+  for (const auto& item : list) items.push_back(orvane::quoted(item));
   return fmt::format("[{}]", fmt::join(items, ", "));
 }
 

@@ -1,20 +1,15 @@
 #include "Tests/Support/ProgramRun.h"
 
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 
 #include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "Tests/Support/Files.h"
+
 namespace orvane::test {
 namespace {
-
-std::string contentsOf(const std::filesystem::path& file) {
-  std::ifstream stream(file, std::ios::binary);
-  return {std::istreambuf_iterator<char>(stream), {}};
-}
 
 void redirect(int descriptor, const std::filesystem::path& file) {
   const int opened = ::open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);

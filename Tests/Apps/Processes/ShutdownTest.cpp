@@ -12,7 +12,7 @@ namespace {
 
 using ::testing::Contains;
 
-constexpr int manyRules = 20'000;
+constexpr int rulesOfABusyCompanion = 20'000;
 
 class EndingCompanion : public ::testing::Test {
  protected:
@@ -41,7 +41,7 @@ class EndingCompanion : public ::testing::Test {
 
 class EndingBusyCompanion : public EndingCompanion {
  protected:
-  EndingBusyCompanion() : EndingCompanion(manyRules) {}
+  EndingBusyCompanion() : EndingCompanion(rulesOfABusyCompanion) {}
 };
 
 TEST_F(EndingCompanion, endsAtEachOfTheSignalsThatAskForIt) {
@@ -87,7 +87,7 @@ TEST_F(EndingBusyCompanion, endsWhileItBuildsALargeList) {
   companion->signal(SIGTERM);
   EXPECT_EQ(companion->exitStatus(), 0);
   bool isValid = false;
-  EXPECT_GE(home.urlFilters(&isValid).size(), static_cast<std::size_t>(manyRules));
+  EXPECT_GE(home.urlFilters(&isValid).size(), static_cast<std::size_t>(rulesOfABusyCompanion));
   EXPECT_TRUE(isValid);
   expectThatTheNextOneTakesOver();
 }
@@ -99,7 +99,7 @@ TEST_F(EndingBusyCompanion, endsOnceALargeListIsWritten) {
   extension.waitUntil([&] { return home.linesWith("blockers to Safari JSON") > before; });
   companion->signal(SIGTERM);
   EXPECT_EQ(companion->exitStatus(), 0);
-  EXPECT_EQ(home.urlFilters().size(), static_cast<std::size_t>(manyRules) + 2);
+  EXPECT_EQ(home.urlFilters().size(), static_cast<std::size_t>(rulesOfABusyCompanion) + 2);
   EXPECT_LE(extension.answers, 1);
 }
 

@@ -31,6 +31,7 @@ inline const std::string configurableFile = containerFile("ConfigurablePackages.
 inline const std::string customFile = containerFile("CustomPackages.json");
 inline const std::string preinstalledFile = containerFile("PreinstalledPackages.json");
 inline const std::string lockFile = containerFile("PackageFiles.lock");
+inline constexpr auto whitelistType = ConfigurablePackageType::Whitelist;
 
 inline std::string packagesJSON(const std::vector<Package>& packages) {
   return toJSON(std::span<const Package>(packages)).value();

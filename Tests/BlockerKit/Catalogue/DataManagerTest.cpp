@@ -9,8 +9,6 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
-constexpr auto whitelistType = ConfigurablePackageType::Whitelist;
-
 class DataManagerTest : public CatalogueTest {
  protected:
   static Lines savedLines(int configurable, int custom) {

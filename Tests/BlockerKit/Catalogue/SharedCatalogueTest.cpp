@@ -16,7 +16,6 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::Not;
 
-constexpr auto whitelistType = ConfigurablePackageType::Whitelist;
 constexpr auto configurableType = PackageType::ConfigurablePackages;
 constexpr auto customType = PackageType::CustomPackages;
 

@@ -12,8 +12,6 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::Not;
 
-constexpr const char* nothingToPush = "No local record changes to push";
-
 class AccountStatus : public NewMachine {
  protected:
   AccountStatus() {

@@ -21,6 +21,8 @@ namespace orvane::test {
 
 using namespace std::chrono_literals;
 
+inline constexpr const char* nothingToPush = "No local record changes to push";
+
 inline CKRecord packageRecord(const std::string& id, const std::string& name = "P") {
   CKRecord record("package", {id, rulesZone});
   record.setValue("name", name);

@@ -11,8 +11,6 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::Not;
 
-constexpr const char* nothingToPush = "No local record changes to push";
-
 class Fetch : public ConnectedMachine {
  protected:
   /// What was printed, but for what the catalogue says of its files.

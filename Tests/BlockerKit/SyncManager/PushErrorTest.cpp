@@ -13,7 +13,7 @@ using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::Not;
-using Sizes = std::vector<std::size_t>;
+using RecordCounts = std::vector<std::size_t>;
 
 class PushError : public ConnectedMachine {
  protected:
@@ -21,8 +21,8 @@ class PushError : public ConnectedMachine {
     machine->cloud().failWith(CloudRequest::modifyRecords, error);
   }
   static CKItemID item(const std::string& name) { return CKRecordID{name, rulesZone}; }
-  Sizes savedSizes() const {
-    Sizes sizes;
+  RecordCounts savedSizes() const {
+    RecordCounts sizes;
     for (const auto& batch : batches) sizes.push_back(batch.recordsToSave.size());
     return sizes;
   }
@@ -203,9 +203,9 @@ TEST_F(PushError, ofManyRequestsIsTriedAgainOnce) {
   listRequests();
   advance(3s);
   EXPECT_EQ(count("Records to add/modify 17"), 1U);
-  EXPECT_EQ(savedSizes(), (Sizes{17}));
+  EXPECT_EQ(savedSizes(), (RecordCounts{17}));
   advance(1h);
-  EXPECT_EQ(savedSizes(), (Sizes{17}));
+  EXPECT_EQ(savedSizes(), (RecordCounts{17}));
 }
 
 TEST_F(PushError, isTriedAgainAlsoWhenAnotherPushHasSentEverything) {
@@ -234,7 +234,7 @@ TEST_F(PushError, withoutASignInCancelsTheRest) {
   failWith(errorOf(CKErrorCode::notAuthenticated));
   listRequests();
   push(3);
-  EXPECT_EQ(savedSizes(), (Sizes{1}));
+  EXPECT_EQ(savedSizes(), (RecordCounts{1}));
   EXPECT_THAT(take(), ElementsAre("Records to add/modify 3", "Records to delete 0",
                                   "Splitting data into 3 operations", "rule-0 It failed.",
                                   "rule-1 The operation was cancelled.",
@@ -313,7 +313,7 @@ TEST_F(PushError, ofTooManyRecordsHalvesThePieces) {
   failWith(errorOf(CKErrorCode::limitExceeded));
   listRequests();
   push();
-  EXPECT_EQ(savedSizes(), (Sizes{7, 3, 3, 1}));
+  EXPECT_EQ(savedSizes(), (RecordCounts{7, 3, 3, 1}));
   EXPECT_EQ(count("Splitting data into 2 operations"), 1U);
   EXPECT_FALSE(isAdded("rule-6"));
 }
@@ -344,7 +344,7 @@ TEST_F(PushError, ofAnyOtherKindIsOnlyPrinted) {
     listRequests();
     push();
     advance(1h);
-    EXPECT_EQ(savedSizes(), (Sizes{1}));
+    EXPECT_EQ(savedSizes(), (RecordCounts{1}));
     EXPECT_THAT(take(), ElementsAre("Records to add/modify 1", "Records to delete 0",
                                     "Splitting data into 1 operations", "rule-0 It failed."));
     EXPECT_TRUE(isAdded("rule-0"));
@@ -360,7 +360,7 @@ TEST_F(PushError, aboutAConflictIsMergedAndSentAgain) {
   machine->sync->ruleAdded(blockRule("a", "ours"), packageOf("block-url"));
   listRequests();
   machine->run();
-  EXPECT_EQ(savedSizes(), (Sizes{1, 1}));
+  EXPECT_EQ(savedSizes(), (RecordCounts{1, 1}));
   EXPECT_EQ(cloudSide.text("a", "urlFilter"), "ours");
   EXPECT_FALSE(isAdded("a"));
 }
@@ -371,7 +371,7 @@ TEST_F(PushError, aboutAConflictWithoutTheServersRecordLosesNothingAndEnds) {
   listRequests();
   push();
   advance(1h);
-  EXPECT_EQ(savedSizes(), (Sizes{2}));
+  EXPECT_EQ(savedSizes(), (RecordCounts{2}));
   EXPECT_TRUE(isAdded("rule-0") && isAdded("rule-1"));
   push();
   EXPECT_THAT(cloudSide.names(), ElementsAre("rule-0", "rule-1"));

@@ -12,8 +12,6 @@ using ::testing::IsEmpty;
 using ::testing::Not;
 using Sizes = std::vector<std::pair<std::size_t, std::size_t>>;
 
-constexpr const char* nothingToPush = "No local record changes to push";
-
 class Push : public ConnectedMachine {
  protected:
   Sizes sizes() const {

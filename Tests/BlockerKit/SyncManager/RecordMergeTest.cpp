@@ -9,21 +9,21 @@
 namespace orvane::test {
 namespace {
 
-using Value = CKRecord::Value;
+using FieldValue = CKRecord::Value;
 
 const CKRecordID recordID{"a", {"Zone"}};
-const Value absent;
-const Value x = CKRecordValue(std::string("x"));
-const Value y = CKRecordValue(std::string("y"));
-const Value z = CKRecordValue(std::string("z"));
+const FieldValue absent;
+const FieldValue x = CKRecordValue(std::string("x"));
+const FieldValue y = CKRecordValue(std::string("y"));
+const FieldValue z = CKRecordValue(std::string("z"));
 
-CKRecord recordWith(const Value& value) {
+CKRecord recordWith(const FieldValue& value) {
   CKRecord record("rule", recordID);
   record.setValue("key", value);
   return record;
 }
 
-CKRecord serverWith(const Value& value) {
+CKRecord serverWith(const FieldValue& value) {
   CKRecord record("rule", recordID, "tag", {});
   if (value) return {"rule", recordID, "tag", {{"key", *value}}};
   return record;
@@ -32,10 +32,10 @@ CKRecord serverWith(const Value& value) {
 /// The ancestor's, the local and the server's value, and what is to become of them.
 struct Case {
   const char* name;
-  Value ancestor;
-  Value local;
-  Value server;
-  Value merged;
+  FieldValue ancestor;
+  FieldValue local;
+  FieldValue server;
+  FieldValue merged;
 };
 
 class Merge : public ::testing::TestWithParam<Case> {};
@@ -83,16 +83,16 @@ TEST(MergedRecord, ignoresWhatOnlyTheAncestorHas) {
 }
 
 TEST(MergedRecord, takesABooleanForTheNumberThatACloudKeepsInItsPlace) {
-  const Value flag = CKRecordValue(true);
-  const Value one = CKRecordValue(std::int64_t{1});
-  const Value zero = CKRecordValue(std::int64_t{0});
+  const FieldValue flag = CKRecordValue(true);
+  const FieldValue one = CKRecordValue(std::int64_t{1});
+  const FieldValue zero = CKRecordValue(std::int64_t{0});
   EXPECT_EQ(mergedRecord(serverWith(zero), recordWith(flag), recordWith(one)).value("key"), zero);
   EXPECT_EQ(mergedRecord(serverWith(one), recordWith(zero), recordWith(flag)).value("key"), one);
 }
 
 TEST(MergedRecord, tellsANumberFromATextAndFromNothing) {
-  const Value one = CKRecordValue(std::int64_t{1});
-  const Value text = CKRecordValue(std::string("1"));
+  const FieldValue one = CKRecordValue(std::int64_t{1});
+  const FieldValue text = CKRecordValue(std::string("1"));
   EXPECT_EQ(mergedRecord(serverWith(text), recordWith(x), recordWith(one)).value("key"), x);
   EXPECT_EQ(mergedRecord(serverWith(absent), recordWith(x), recordWith(one)).value("key"), x);
 }

@@ -9,8 +9,6 @@ namespace {
 using ::testing::Contains;
 using ::testing::ElementsAre;
 
-constexpr const char* nothingToPush = "No local record changes to push";
-
 /// The account is known, and there is the zone.
 class SubscriptionSave : public NewMachine {
  protected:

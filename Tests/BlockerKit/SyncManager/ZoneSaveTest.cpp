@@ -9,7 +9,6 @@ namespace {
 using ::testing::Contains;
 using ::testing::ElementsAre;
 
-constexpr const char* nothingToPush = "No local record changes to push";
 constexpr const char* cancelled = "The operation was cancelled.";
 
 /// The account is known, and there is a subscription.

@@ -21,10 +21,10 @@ using Dictionary = PropertyListValue::Dictionary;
 using Transaction = KeyValueDatabase::Transaction;
 using Value = std::optional<PropertyListValue>;
 
-enum class Kind : std::uint8_t { InMemory, SQLite };
+enum class DatabaseKind : std::uint8_t { InMemory, SQLite };
 
-void PrintTo(Kind kind, std::ostream* os) {
-  *os << (kind == Kind::InMemory ? "InMemory" : "SQLite");
+void PrintTo(DatabaseKind kind, std::ostream* os) {
+  *os << (kind == DatabaseKind::InMemory ? "InMemory" : "SQLite");
 }
 
 /// Keys and values of their own, and connections to them.
@@ -32,8 +32,8 @@ class Shared {
  public:
   explicit Shared(MainLoop& loop) : loop_(loop) {}
 
-  std::unique_ptr<KeyValueDatabase> connect(Kind kind) {
-    if (kind == Kind::InMemory) {
+  std::unique_ptr<KeyValueDatabase> connect(DatabaseKind kind) {
+    if (kind == DatabaseKind::InMemory) {
       return std::make_unique<InMemoryKeyValueDatabase>(storage_, loop_.queue);
     }
     return std::make_unique<SQLiteKeyValueDatabase>(folder_ / "d.sqlite", loop_.queue);
@@ -47,7 +47,7 @@ class Shared {
 };
 
 /// What every database of keys and values promises.
-class KeyValueConformance : public ::testing::TestWithParam<Kind> {
+class KeyValueConformance : public ::testing::TestWithParam<DatabaseKind> {
  protected:
   static void set(KeyValueDatabase& database, std::string_view key, const Value& value) {
     const auto result =
@@ -311,7 +311,7 @@ TEST_P(KeyValueConformance, whatIsSynchronizedIsStillThere) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Databases, KeyValueConformance,
-                         ::testing::Values(Kind::InMemory, Kind::SQLite),
+                         ::testing::Values(DatabaseKind::InMemory, DatabaseKind::SQLite),
                          ::testing::PrintToStringParamName());
 
 struct Edit {
@@ -353,8 +353,8 @@ void apply(const std::vector<Edit>& edits, const std::string& prefix, Transactio
 TEST(KeyValueDatabases, agreeAfterAnySequenceOfTransactions) {
   MainLoop loop;
   Shared shared(loop);
-  const auto inMemory = shared.connect(Kind::InMemory);
-  const auto onDisk = shared.connect(Kind::SQLite);
+  const auto inMemory = shared.connect(DatabaseKind::InMemory);
+  const auto onDisk = shared.connect(DatabaseKind::SQLite);
   int sequence = 0;
   EXPECT_TRUE(rc::check([&] {
     // Keys that no sequence before this one has used, for that is faster than a new file.

@@ -2,7 +2,6 @@
 #include <chrono>
 #include <condition_variable>
 #include <fstream>
-#include <iterator>
 #include <mutex>
 #include <thread>
 
@@ -10,10 +9,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <rapidcheck.h>
-#include <sys/stat.h>
 
 #include "Linux/SQLite/SQLiteCloud.h"
 #include "Tests/Linux/SQLite/RawDatabase.h"
+#include "Tests/Support/Files.h"
 #include "Tests/Support/TemporaryDirectory.h"
 
 namespace orvane::test {
@@ -42,16 +41,6 @@ CKRecord newRecord(const std::string& name, const CKRecordValue& value = true) {
   CKRecord record("Rule", idOf(name));
   record.setValue("value", value);
   return record;
-}
-
-std::string contentsOf(const std::filesystem::path& file) {
-  std::ifstream stream(file, std::ios::binary);
-  return {std::istreambuf_iterator<char>(stream), {}};
-}
-
-mode_t modeOf(const std::filesystem::path& file) {
-  struct stat status {};
-  return ::stat(file.c_str(), &status) == 0 ? status.st_mode & 0777U : 0;
 }
 
 /// The events that a listener was called with.

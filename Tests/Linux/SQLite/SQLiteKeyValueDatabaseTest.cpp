@@ -1,16 +1,15 @@
 #include <fstream>
-#include <iterator>
 #include <stdexcept>
 #include <thread>
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include "Linux/SQLite/SQLiteKeyValueDatabase.h"
 #include "Platform/Foundation/NSUserDefaults.h"
 #include "Tests/Linux/SQLite/RawDatabase.h"
+#include "Tests/Support/Files.h"
 #include "Tests/Support/MainLoop.h"
 #include "Tests/Support/RecordingOutput.h"
 #include "Tests/Support/TemporaryDirectory.h"
@@ -24,16 +23,6 @@ using Array = PropertyListValue::Array;
 using Dictionary = PropertyListValue::Dictionary;
 using Transaction = KeyValueDatabase::Transaction;
 using Value = std::optional<PropertyListValue>;
-
-std::string contentsOf(const std::filesystem::path& file) {
-  std::ifstream stream(file, std::ios::binary);
-  return {std::istreambuf_iterator<char>(stream), {}};
-}
-
-mode_t modeOf(const std::filesystem::path& file) {
-  struct stat status {};
-  return ::stat(file.c_str(), &status) == 0 ? status.st_mode & 0777U : 0;
-}
 
 class SQLiteKeyValueDatabaseTest : public ::testing::Test {
  protected:
