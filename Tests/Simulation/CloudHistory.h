@@ -33,8 +33,10 @@ class CloudHistory {
   void neverSends(const std::string& machine, const Names& names) {
     neverSent_[machine].insert(names.begin(), names.end());
   }
-  /// See `ForgottenDeletions`.
+  /// See `FetchedDeletions`; by machine.
   std::set<std::string> forgottenDeletions;
+  std::map<std::string, std::set<std::string>> unappliedDeletions;
+  std::map<std::string, std::set<std::string>> overtakenEdits;
   const std::set<std::string>& neverSentBy(const std::string& machine) {
     return neverSent_[machine];
   }

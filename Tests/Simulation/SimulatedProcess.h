@@ -9,7 +9,7 @@
 #include "Process/CloudEvents.h"
 #include "Process/Process.h"
 #include "Tests/Simulation/FaultyCloud.h"
-#include "Tests/Simulation/ForgottenDeletions.h"
+#include "Tests/Simulation/FetchedDeletions.h"
 #include "Tests/Simulation/SlowExecutor.h"
 #include "Tests/Support/TestPlatform.h"
 
@@ -83,7 +83,7 @@ class SimulatedProcess {
   NSBundle bundle_;
   Output output_;
   InMemoryKeyValueDatabase suiteDatabase_;
-  ForgottenDeletions forgottenDeletions_;
+  FetchedDeletions fetchedDeletions_;
   RiskyDatabase riskySuite_;
   NSUserDefaults suite_;
   UserDefaultsSuites openSuite_;

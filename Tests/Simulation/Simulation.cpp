@@ -427,9 +427,20 @@ void Simulation::checkContents(Machine& machine, const Contents& cloud) {
       ++counts_["Overtaken"];
       continue;
     }
+    if (local == nullptr && isOvertakenEdit(machine, id, package)) {
+      ++counts_["OvertakenEdit"];
+      continue;
+    }
     fail(fmt::format("{} of {}: {}\n  in the cloud: {}", id, machine.state.name(),
                      description(local), description(remote)));
   }
+}
+
+/// Whether the machine has sent an edit of it, or of its package, and had removed it itself.
+bool Simulation::isOvertakenEdit(const Machine& machine, const std::string& id,
+                                 const std::optional<std::string>& package) {
+  const auto& edits = world_.history.overtakenEdits[machine.state.name()];
+  return edits.contains(id) || (package && edits.contains(*package));
 }
 
 void Simulation::checkModel(const Contents& cloud) {

@@ -80,6 +80,8 @@ class Simulation {
                    const Machines& machines);
   Machines allMachines() const;
   bool isStuck(Machine& machine);
+  bool isOvertakenEdit(const Machine& machine, const std::string& id,
+                       const std::optional<std::string>& package);
 
   World world_;
   User user_{world_};

@@ -385,6 +385,20 @@ TEST_F(Fetch, ofADeletionDropsARuleThatWasMadeAgainMeanwhile) {
   EXPECT_THAT(cloudSide.names(), IsEmpty());
 }
 
+TEST_F(Fetch, ofADeletionRemovesARuleThatIsEditedBeforeItIsApplied) {
+  machine->add(blockRule("a"));
+  machine->run();
+  cloudSide.remove("a");
+  machine->sync->fetchRemoteChanges(nullptr);
+  while (hasMetadata("a")) ASSERT_TRUE(machine->machine.time.runOne());
+  machine->add(blockRule("a", "edited"));
+  machine->run();
+  EXPECT_THAT(rules(), IsEmpty());
+  EXPECT_EQ(cloudSide.text("a", "urlFilter"), "edited");
+  fetch();
+  EXPECT_EQ(urlFilter("a"), "edited");
+}
+
 TEST_F(Fetch, behindADeletionFindsARuleThatWasMadeAgain) {
   machine->add(blockRule("a"));
   machine->run();
