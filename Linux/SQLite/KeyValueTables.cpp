@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "Linux/SQLite/EncodedEntries.h"
 #include "Linux/SQLite/PropertyListEncoding.h"
 
 namespace orvane {
@@ -16,7 +17,7 @@ KeyValueTables::KeyValueTables(SQLiteConnection connection)
       entry_(connection_.handle(),
              "SELECT entry.value FROM key JOIN entry ON entry.key = key.id "
              "WHERE key.key = ? AND entry.name = ?"),
-      entries_(connection_.handle(), "SELECT name, value FROM entry WHERE key = ?"),
+      entries_(connection_.handle(), "SELECT name, value FROM entry WHERE key = ? ORDER BY name"),
       entryNames_(connection_.handle(), "SELECT name FROM entry WHERE key = ?"),
       changeCount_(connection_.handle(), "SELECT count FROM key WHERE key = ?"),
       keys_(connection_.handle(), "SELECT key FROM key WHERE kind <> 0"),
@@ -101,6 +102,17 @@ Expected<PropertyListValue> KeyValueTables::dictionary(std::int64_t id) {
   }
   if (run.failed()) return failure("read");
   return dictionary;
+}
+
+Expected<std::shared_ptr<const KeyValueEntries>> KeyValueTables::entries(std::string_view key) {
+  const auto found = find(key);
+  if (!found) return tl::unexpected(found.error());
+  auto entries = std::make_shared<EncodedEntries>();
+  if (!*found || (*found)->kind != KeyKind::Dictionary) return entries;
+  SQLiteRun run(entries_, (*found)->id);
+  while (run.next()) entries->add(run.text(0), run.bytes(1));
+  if (run.failed()) return failure("read");
+  return entries;
 }
 
 Expected<KeyValueTables::Value> KeyValueTables::entry(std::string_view key, std::string_view name) {

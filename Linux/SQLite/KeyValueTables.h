@@ -6,6 +6,7 @@
 
 #include "Linux/SQLite/KeyValueFile.h"
 #include "Linux/SQLite/SQLiteStatement.h"
+#include "Platform/Foundation/KeyValueEntries.h"
 #include "Platform/Foundation/PropertyListValue.h"
 
 namespace orvane {
@@ -33,6 +34,8 @@ class KeyValueTables {
   Expected<std::uint64_t> dataVersion();
 
   // What follows is for a transaction.
+
+  Expected<std::shared_ptr<const KeyValueEntries>> entries(std::string_view key);
 
   Expected<void> begin();
   Expected<void> commit();

@@ -310,6 +310,40 @@ TEST_P(KeyValueConformance, whatIsSynchronizedIsStillThere) {
   EXPECT_EQ(*other->value("k"), Value("1"));
 }
 
+TEST_P(KeyValueConformance, entriesAreInTheOrderOfTheirNamesAndOfOneMoment) {
+  const std::string large(100'000, 'x');
+  set(*database, "k", Dictionary{{"é", Dictionary{}}, {"b", large}, {"", true}, {"ab", "text"}});
+  std::shared_ptr<const KeyValueEntries> entries;
+  ASSERT_TRUE(
+      database->transact([&](Transaction& transaction) { entries = transaction.entries("k"); }));
+  set(*other, "k", Dictionary{{"b", "changed"}});
+  ASSERT_EQ(entries->count(), 4U);
+  std::vector<std::string> names;
+  std::vector<bool> dictionaries;
+  for (std::size_t index = 0; index < entries->count(); ++index) {
+    names.emplace_back(entries->name(index));
+    dictionaries.push_back(entries->isDictionary(index));
+  }
+  EXPECT_EQ(names, (std::vector<std::string>{"", "ab", "b", "é"}));
+  EXPECT_EQ(dictionaries, (std::vector<bool>{false, false, false, true}));
+  EXPECT_EQ(entries->value(2), Value(large));
+  EXPECT_EQ(entries->value("b"), Value(large));
+  EXPECT_EQ(entries->value("é"), Value(Dictionary{}));
+  EXPECT_EQ(entries->value("a"), std::nullopt);
+  EXPECT_EQ(entries->value("z"), std::nullopt);
+}
+
+TEST_P(KeyValueConformance, thereAreNoEntriesWithoutADictionary) {
+  set(*database, "text", "{}");
+  set(*database, "removed", Dictionary{{"a", true}});
+  set(*database, "removed", std::nullopt);
+  ASSERT_TRUE(database->transact([&](Transaction& transaction) {
+    for (const auto* key : {"text", "removed", "never"}) {
+      EXPECT_EQ(transaction.entries(key)->count(), 0U) << key;
+    }
+  }));
+}
+
 INSTANTIATE_TEST_SUITE_P(Databases, KeyValueConformance,
                          ::testing::Values(Kind::InMemory, Kind::SQLite),
                          ::testing::PrintToStringParamName());

@@ -190,6 +190,10 @@ TEST_F(SQLiteKeyValueDatabaseTest, aDamagedValueIsAbsentAndCanBeReplaced) {
   EXPECT_EQ(*database.value("k"), std::nullopt);
   EXPECT_EQ(*database.value("d"), Value(Dictionary{{"good", "v"}}));
   EXPECT_EQ(*database.entry("d", "bad"), std::nullopt);
+  ASSERT_TRUE(database.transact([](KeyValueDatabase::Transaction& transaction) {
+    EXPECT_EQ(transaction.entries("d")->value("bad"), std::nullopt);
+    EXPECT_EQ(transaction.entries("d")->value("good"), Value("v"));
+  }));
   ASSERT_TRUE(set(database, "k", "v"));
   EXPECT_EQ(*database.value("k"), Value("v"));
 }
