@@ -42,7 +42,11 @@ KeyValueTransaction::Value KeyValueTransaction::value(std::string_view key) {
 }
 
 std::shared_ptr<const KeyValueEntries> KeyValueTransaction::entries(std::string_view key) {
-  auto entries = error_ ? nullptr : kept(tables_.entries(key));
+  const auto found = error_ ? std::nullopt : kept(tables_.find(key));
+  const bool isDictionary = found && found->kind == KeyKind::Dictionary;
+  auto entries = !isDictionary                  ? nullptr
+                 : counted_.contains(found->id) ? kept(tables_.entries(*found))
+                                                : kept(tables_.committedEntries(*found));
   return entries ? std::move(entries) : std::make_shared<const EncodedEntries>();
 }
 

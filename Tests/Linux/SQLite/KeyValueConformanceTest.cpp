@@ -333,6 +333,41 @@ TEST_P(KeyValueConformance, entriesAreInTheOrderOfTheirNamesAndOfOneMoment) {
   EXPECT_EQ(entries->value("z"), std::nullopt);
 }
 
+TEST_P(KeyValueConformance, entriesThatSomebodyKeepsDoNotHideWhatHasChangedSince) {
+  const auto valueOfA = [](Transaction& transaction) {
+    return transaction.entries("k")->value("a");
+  };
+  std::vector<std::shared_ptr<const KeyValueEntries>> kept;
+  const auto now = [&] {
+    Value value;
+    EXPECT_TRUE(database->transact([&](Transaction& transaction) {
+      kept.push_back(transaction.entries("k"));
+      value = valueOfA(transaction);
+    }));
+    return value;
+  };
+  setEntry(*database, "k", "a", "1");
+  EXPECT_EQ(now(), Value("1"));
+  EXPECT_EQ(now(), Value("1"));
+  setEntry(*other, "k", "a", "2");
+  EXPECT_EQ(now(), Value("2"));
+  setEntry(*other, "another", "a", "x");
+  EXPECT_EQ(now(), Value("2"));
+  ASSERT_TRUE(database->transact([&](Transaction& transaction) {
+    transaction.setEntry("k", "a", "3");
+    kept.push_back(transaction.entries("k"));
+    EXPECT_EQ(valueOfA(transaction), Value("3"));
+    transaction.setEntry("k", "a", "4");
+    EXPECT_EQ(valueOfA(transaction), Value("4"));
+  }));
+  EXPECT_EQ(now(), Value("4"));
+  set(*other, "k", std::nullopt);
+  EXPECT_EQ(now(), std::nullopt);
+  setEntry(*other, "k", "a", "5");
+  EXPECT_EQ(now(), Value("5"));
+  EXPECT_EQ(kept.front()->value("a"), Value("1"));
+}
+
 TEST_P(KeyValueConformance, thereAreNoEntriesWithoutADictionary) {
   set(*database, "text", "{}");
   set(*database, "removed", Dictionary{{"a", true}});

@@ -181,6 +181,21 @@ TEST_F(SQLiteKeyValueDatabaseTest, anExceptionPassesThroughAndNothingHasChanged)
   EXPECT_TRUE(set(database, "k", "new"));
 }
 
+TEST_F(SQLiteKeyValueDatabaseTest, entriesOfATransactionThatFailedAreForgotten) {
+  ASSERT_TRUE(set(database, "d", Dictionary{{"a", "old"}}));
+  std::shared_ptr<const KeyValueEntries> kept;
+  EXPECT_FALSE(database.transact([&](KeyValueDatabase::Transaction& transaction) {
+    transaction.setEntry("d", "a", "undone");
+    kept = transaction.entries("d");
+    transaction.setEntry("d", "b", "\xFF");
+  }));
+  EXPECT_EQ(kept->value("a"), Value("undone"));
+  ASSERT_TRUE(set(database, "d", Dictionary{{"a", "new"}}));
+  ASSERT_TRUE(database.transact([](KeyValueDatabase::Transaction& transaction) {
+    EXPECT_EQ(transaction.entries("d")->value("a"), Value("new"));
+  }));
+}
+
 TEST_F(SQLiteKeyValueDatabaseTest, aDamagedValueIsAbsentAndCanBeReplaced) {
   ASSERT_TRUE(set(database, "k", "v"));
   ASSERT_TRUE(set(database, "d", Dictionary{{"good", "v"}, {"bad", "v"}}));
