@@ -30,7 +30,7 @@ int main(int argc, char** argv) {
   }
   for (const std::size_t ruleCount : {1'000U, 10'000U, 140'000U}) registerSync(ruleCount);
   for (const std::size_t ruleCount : {10'000U, 140'000U}) registerDeletions(ruleCount);
-  for (const std::size_t ruleCount : {100U, 1'000U}) registerRestoredSync(ruleCount);
+  for (const std::size_t ruleCount : {100U, 1'000U, 5'000U}) registerRestoredSync(ruleCount);
 #ifdef ORVANE_DESKTOP
   registerPopover();
   registerTwoMachines();

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <iterator>
 #include <utility>
 
 #include "Platform/CloudKit/CKFetchRecordChangesOperation.h"
@@ -10,29 +9,39 @@
 namespace orvane {
 namespace {
 
-/// A list in pieces, each of which is taken once.
-template <typename Item>
+/// How a list of that many items is cut.
 class Pieces {
  public:
-  Pieces(std::vector<Item> items, std::size_t split)
-      : items_(std::move(items)), size_(std::max<std::size_t>(items_.size() / split, 1)) {}
+  struct Piece {
+    std::size_t begin;
+    std::size_t end;
 
-  std::size_t count() const { return (items_.size() + size_ - 1) / size_; }
+    std::size_t size() const { return end - begin; }
+  };
+
+  Pieces(std::size_t itemCount, std::size_t split)
+      : itemCount_(itemCount), size_(std::max<std::size_t>(itemCount / split, 1)) {}
+
+  std::size_t count() const { return (itemCount_ + size_ - 1) / size_; }
 
   /// Empty behind the last one.
-  std::vector<Item> take(std::size_t index) {
-    const auto begin = std::min(index * size_, items_.size());
-    const auto end = std::min(begin + size_, items_.size());
-    const auto at = [&](std::size_t place) {
-      return std::move_iterator(items_.begin() + static_cast<std::ptrdiff_t>(place));
-    };
-    return {at(begin), at(end)};
+  Piece at(std::size_t index) const {
+    const auto begin = std::min(index * size_, itemCount_);
+    return {begin, std::min(begin + size_, itemCount_)};
   }
 
  private:
-  std::vector<Item> items_;
+  std::size_t itemCount_;
   std::size_t size_;
 };
+
+CKModifyRecordsOperation::PendingRecords pendingRecords(
+    const std::shared_ptr<const RecordsToSave>& records, const Pieces::Piece& piece) {
+  if (piece.size() == 0) return {};
+  return {.count = piece.size(),
+          .firstID = records->recordID(piece.begin),
+          .make = [records, piece] { return records->records(piece.begin, piece.end); }};
+}
 
 std::shared_ptr<CKDatabaseOperation> fetchInOlderForm(
     const CKRecordZone& zone, const std::optional<CKServerChangeToken>& previousToken,
@@ -76,15 +85,19 @@ std::shared_ptr<CKModifySubscriptionsOperation> subscribeToChangesOperation(
 }
 
 std::vector<std::shared_ptr<CKModifyRecordsOperation>> modifyRecordsOperations(
-    const CKDatabase& database, std::vector<CKRecord> recordsToSave,
+    const CKDatabase& database, RecordsToSave recordsToSave,
     std::vector<CKRecordID> recordIDsToDelete, std::size_t split) {
-  Pieces records(std::move(recordsToSave), split);
-  Pieces recordIDs(std::move(recordIDsToDelete), split);
+  const Pieces records(recordsToSave.size(), split);
+  const Pieces recordIDs(recordIDsToDelete.size(), split);
+  const auto shared = std::make_shared<const RecordsToSave>(std::move(recordsToSave));
   std::vector<std::shared_ptr<CKModifyRecordsOperation>> operations(
       std::max(records.count(), recordIDs.count()));
   for (std::size_t index = 0; index < operations.size(); ++index) {
-    operations[index] =
-        std::make_shared<CKModifyRecordsOperation>(records.take(index), recordIDs.take(index));
+    const auto [begin, end] = recordIDs.at(index);
+    operations[index] = std::make_shared<CKModifyRecordsOperation>(
+        pendingRecords(shared, records.at(index)),
+        std::vector(recordIDsToDelete.begin() + static_cast<std::ptrdiff_t>(begin),
+                    recordIDsToDelete.begin() + static_cast<std::ptrdiff_t>(end)));
     operations[index]->setDatabase(database);
   }
   return operations;

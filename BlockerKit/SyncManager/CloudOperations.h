@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "BlockerKit/SyncManager/RecordsToSave.h"
 #include "Platform/CloudKit/CKFetchRecordZoneChangesOperation.h"
 #include "Platform/CloudKit/CKModifyRecordZonesOperation.h"
 #include "Platform/CloudKit/CKModifyRecordsOperation.h"
@@ -27,9 +28,9 @@ std::shared_ptr<CKModifySubscriptionsOperation> subscribeToChangesOperation(
 /// Saves the records and deletes those with the IDs, in pieces: each list is cut into pieces of
 /// `count / split`, but at least one, and the first operation has the first piece of both. Since
 /// the last piece may be shorter, there may be more operations than `split`,
-/// which is at least 1; none without a change.
+/// which is at least 1; none without a change. An operation makes its records when its turn comes.
 std::vector<std::shared_ptr<CKModifyRecordsOperation>> modifyRecordsOperations(
-    const CKDatabase& database, std::vector<CKRecord> recordsToSave,
+    const CKDatabase& database, RecordsToSave recordsToSave,
     std::vector<CKRecordID> recordIDsToDelete, std::size_t split);
 
 /// What becomes of a fetch, whatever its form.

@@ -1,6 +1,12 @@
 #include "BlockerKit/SyncManager/FetchedPages.h"
 
+#include <algorithm>
 #include <charconv>
+#include <cstddef>
+#include <iterator>
+#include <map>
+#include <set>
+#include <string_view>
 #include <utility>
 
 #include <fmt/format.h>
@@ -12,6 +18,9 @@ namespace {
 
 using Array = PropertyListValue::Array;
 using Dictionary = PropertyListValue::Dictionary;
+
+/// Behind the name of a page in that of a piece of it.
+constexpr char pieceMark = '/';
 
 constexpr const char* changedKey = "changed";
 constexpr const char* deletedKey = "deleted";
@@ -54,18 +63,52 @@ FetchPass passOf(const Dictionary& page, const CKRecordZoneID& zoneID) {
   return pass;
 }
 
-Dictionary dictionaryOf(const FetchPass& pass) {
-  Array changed;
-  for (const auto& record : pass.changed) {
-    // What the cloud has given can be written; it has come through the same text.
-    changed.emplace_back(
-        Dictionary{{typeKey, record.recordType()},
-                   {nameKey, record.recordID().recordName},
-                   {fieldsKey, recordFieldsToJSON(record.fields()).value_or("{}")}});
-  }
-  return {{changedKey, std::move(changed)},
-          {deletedKey, Array(pass.deleted.begin(), pass.deleted.end())}};
+void appendTo(FetchPass& pass, FetchPass piece) {
+  std::ranges::move(piece.changed, std::back_inserter(pass.changed));
+  std::ranges::move(piece.deleted, std::back_inserter(pass.deleted));
 }
+
+std::string_view pageOf(std::string_view nameOfPiece) {
+  return nameOfPiece.substr(0, nameOfPiece.find(pieceMark));
+}
+
+PropertyListValue valueOf(const CKRecord& record) {
+  // What the cloud has given can be written; it has come through the same text.
+  return Dictionary{{typeKey, record.recordType()},
+                    {nameKey, record.recordID().recordName},
+                    {fieldsKey, recordFieldsToJSON(record.fields()).value_or("{}")}};
+}
+
+/// Cuts a page into pieces, which are named in their order. A database compares the names of large
+/// entries with the one that it looks for by reading all of the entry: with a whole page in one, a
+/// write of anything else took as long as a hundred.
+class PieceWriter {
+ public:
+  PieceWriter(KeyValueDatabase::Transaction& transaction, const std::string& page)
+      : transaction_(transaction), page_(page) {}
+
+  void add(const char* list, PropertyListValue item) {
+    constexpr std::size_t mostItems = 16;
+    lists_[list].push_back(std::move(item));
+    if (++itemCount_ % mostItems == 0) finish();
+  }
+
+  void finish() {
+    if (lists_.empty()) return;
+    Dictionary piece;
+    for (auto& [list, items] : lists_) piece.emplace(list, std::move(items));
+    lists_.clear();
+    const auto name = fmt::format("{}{}{:06}", page_, pieceMark, ++pieceCount_);
+    transaction_.setEntry(FetchedPages::key, name, std::move(piece));
+  }
+
+ private:
+  KeyValueDatabase::Transaction& transaction_;
+  const std::string& page_;
+  std::map<std::string, Array> lists_;
+  std::size_t itemCount_ = 0;
+  std::size_t pieceCount_ = 0;
+};
 
 }  // namespace
 
@@ -74,10 +117,12 @@ std::vector<FetchedPages::Page> FetchedPages::stored(const CKRecordZoneID& zoneI
   const auto* dictionary = value ? value->as<Dictionary>() : nullptr;
   if (dictionary == nullptr) return {};
   std::vector<Page> pages;
-  for (const auto& [name, page] : *dictionary) {
+  for (const auto& [name, piece] : *dictionary) {
     std::from_chars(name.data(), name.data() + name.size(), count_);
-    const auto* content = page.as<Dictionary>();
-    pages.push_back({name, content == nullptr ? FetchPass() : passOf(*content, zoneID)});
+    const auto page = pageOf(name);
+    if (pages.empty() || pages.back().name != page) pages.push_back({std::string(page), {}});
+    const auto* content = piece.as<Dictionary>();
+    if (content != nullptr) appendTo(pages.back().pass, passOf(*content, zoneID));
   }
   return pages;
 }
@@ -86,13 +131,21 @@ std::string FetchedPages::nextName() { return fmt::format("{:020}", ++count_); }
 
 void FetchedPages::store(KeyValueDatabase::Transaction& transaction, const std::string& name,
                          const FetchPass& pass) {
-  transaction.setEntry(key, name, dictionaryOf(pass));
+  PieceWriter pieces(transaction, name);
+  for (const auto& record : pass.changed) pieces.add(changedKey, valueOf(record));
+  for (const auto& deleted : pass.deleted) pieces.add(deletedKey, deleted);
+  pieces.finish();
 }
 
 bool FetchedPages::remove(const std::vector<std::string>& names) {
   if (names.empty()) return true;
+  const std::set<std::string_view> pages(names.begin(), names.end());
   const auto removed = defaults_.transact([&](KeyValueDatabase::Transaction& transaction) {
-    for (const auto& name : names) transaction.setEntry(key, name, std::nullopt);
+    const auto pieces = transaction.entries(key);
+    for (std::size_t index = 0; index < pieces->count(); ++index) {
+      const auto name = pieces->name(index);
+      if (pages.contains(pageOf(name))) transaction.setEntry(key, name, std::nullopt);
+    }
   });
   return removed.has_value();
 }

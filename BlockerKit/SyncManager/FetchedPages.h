@@ -17,9 +17,10 @@ namespace orvane {
 /// nothing.
 class FetchedPages {
  public:
-  /// A dictionary: the name of a page, by which the pages are in the order in which they came, and
-  /// a dictionary of "changed", an array of records, and "deleted", an array of record names. A
-  /// record is a dictionary of "type", "name" and "fields", a text of JSON.
+  /// A dictionary: the name of a piece of a page, by which all are in the order in which they came,
+  /// and a dictionary of "changed", an array of records, and "deleted", an array of record names,
+  /// each unless it is empty. A piece is named by its page, a slash and a number. A record is a
+  /// dictionary of "type", "name" and "fields", a text of JSON.
   static constexpr const char* key = "FetchedChanges";
 
   struct Page {

@@ -67,9 +67,9 @@ void LocalChangesEdit::addPackage(const std::string& identifier, const std::stri
 
 void LocalChangesEdit::addRules(std::span<const Rule> rules, const std::string& packageIdentifier) {
   for (const auto& rule : rules) {
-    const auto fields = ruleFieldDictionary(rule, packageIdentifier);
+    auto fields = ruleFieldDictionary(rule, packageIdentifier);
     if (!canTravel(rule.id, fields)) continue;
-    transaction_.setEntry(addedKey(RecordKind::rule), rule.id, fields);
+    transaction_.setEntry(addedKey(RecordKind::rule), rule.id, std::move(fields));
   }
 }
 
@@ -135,21 +135,13 @@ bool LocalChangesEdit::isStillAsSent(const CKRecord& record) {
 }
 
 void LocalChangesEdit::replaceAdded(const std::vector<Package>& packages) {
-  PropertyListValue::Dictionary addedPackages;
-  PropertyListValue::Dictionary addedRules;
-  for (const auto& package : packages) {
-    auto fields = packageFieldDictionary(package.name);
-    if (canTravel(package.id, fields)) {
-      addedPackages.insert_or_assign(package.id, std::move(fields));
-    }
-    for (const auto& rule : package.rules) {
-      auto ruleFields = ruleFieldDictionary(rule, package.id);
-      if (canTravel(rule.id, ruleFields))
-        addedRules.insert_or_assign(rule.id, std::move(ruleFields));
-    }
+  for (const auto kind : {RecordKind::package, RecordKind::rule}) {
+    transaction_.setValue(addedKey(kind), PropertyListValue::Dictionary());
   }
-  transaction_.setValue(addedKey(RecordKind::package), std::move(addedPackages));
-  transaction_.setValue(addedKey(RecordKind::rule), std::move(addedRules));
+  for (const auto& package : packages) {
+    addPackage(package.id, package.name);
+    addRules(package.rules, package.id);
+  }
 }
 
 /// A rule without the name of its package would be nobody's.

@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "BlockerKit/SyncManager/RecordMetadata.h"
-#include "BlockerKit/SyncManager/RecordsToSave.h"
 
 namespace orvane {
 
@@ -44,26 +43,23 @@ bool LocalChangesQueue::containsAdded(std::string_view recordName) {
 }
 
 LocalChanges LocalChangesQueue::all(const CKRecordZoneID& zoneID) {
-  Dictionary metadata;
-  std::map<RecordKind, Dictionary> added;
+  auto metadata = entriesOf({});
+  std::map<RecordKind, RecordsToSave::Entries> added{{RecordKind::package, metadata},
+                                                     {RecordKind::rule, metadata}};
   std::vector<std::string> deleted;
   (void)defaults_.transact([&](Transaction& transaction) {
-    metadata = dictionary(RecordMetadata::key, transaction);
+    metadata = transaction.entries(RecordMetadata::key);
     for (const auto kind : {RecordKind::package, RecordKind::rule}) {
-      added[kind] = dictionary(LocalChangesEdit::addedKey(kind), transaction);
+      added[kind] = transaction.entries(LocalChangesEdit::addedKey(kind));
     }
     for (const auto kind : {RecordKind::rule, RecordKind::package}) {
       std::ranges::move(strings(LocalChangesEdit::deletedKey(kind), transaction),
                         std::back_inserter(deleted));
     }
   });
-  LocalChanges changes;
-  for (const auto kind : {RecordKind::package, RecordKind::rule}) {
-    std::ranges::move(recordsToSave(kind, added[kind], metadata, zoneID, systemLog_),
-                      std::back_inserter(changes.recordsToSave));
-  }
-  changes.recordIDsToDelete = recordIDs(deleted, zoneID);
-  return changes;
+  return {.recordsToSave = RecordsToSave(added.at(RecordKind::package), added.at(RecordKind::rule),
+                                         metadata, zoneID, systemLog_),
+          .recordIDsToDelete = recordIDs(deleted, zoneID)};
 }
 
 LocalChangesCount LocalChangesQueue::count() {

@@ -6,15 +6,16 @@
 #include <vector>
 
 #include "BlockerKit/SyncManager/LocalChangesEdit.h"
-#include "Platform/CloudKit/CKRecord.h"
+#include "BlockerKit/SyncManager/RecordsToSave.h"
+#include "Platform/CloudKit/CKRecordID.h"
 #include "Platform/Foundation/NSUserDefaults.h"
 
 namespace orvane {
 
 /// Changes as they are sent.
 struct LocalChanges {
-  /// Of what was added: packages, then rules.
-  std::vector<CKRecord> recordsToSave;
+  /// Of what was added.
+  RecordsToSave recordsToSave;
   /// Of what was deleted: rules, then packages.
   std::vector<CKRecordID> recordIDsToDelete;
 };

@@ -35,11 +35,11 @@ std::optional<CKRecordValue> fieldValue(const std::string& key, const PropertyLi
 }
 
 CKRecord recordWithSystemFields(RecordKind kind, CKRecordID recordID,
-                                const PropertyListValue::Dictionary& metadata) {
+                                const KeyValueEntries& metadata) {
   const std::string type(rawValue(kind));
-  const auto known = metadata.find(recordID.recordName);
-  if (known != metadata.end()) {
-    auto record = recordFromMetadata(known->second);
+  const auto known = metadata.value(recordID.recordName);
+  if (known) {
+    auto record = recordFromMetadata(*known);
     if (record && record->recordID() == recordID && record->recordType() == type) {
       return *std::move(record);
     }
@@ -64,20 +64,49 @@ void markOptionalFieldsChanged(CKRecord& record) {
 
 }  // namespace
 
-std::vector<CKRecord> recordsToSave(RecordKind kind, const PropertyListValue::Dictionary& added,
-                                    const PropertyListValue::Dictionary& metadata,
-                                    const CKRecordZoneID& zoneID, LineOutput& systemLog) {
-  std::vector<CKRecord> records;
-  records.reserve(added.size());
-  for (const auto& [name, value] : added) {
-    const auto* fields = value.as<FieldDictionary>();
-    if (fields == nullptr || !canBeRecordName(name)) {
+RecordsToSave::RecordsToSave(Entries packages, Entries rules, Entries metadata,
+                             CKRecordZoneID zoneID, LineOutput& systemLog)
+    : packages_(std::move(packages)),
+      rules_(std::move(rules)),
+      metadata_(std::move(metadata)),
+      zoneID_(std::move(zoneID)),
+      systemLog_(&systemLog) {
+  places_.reserve(packages_->count() + rules_->count());
+  for (const auto kind : {RecordKind::package, RecordKind::rule}) addPlaces(kind, systemLog);
+}
+
+const KeyValueEntries& RecordsToSave::added(RecordKind kind) const {
+  return kind == RecordKind::package ? *packages_ : *rules_;
+}
+
+void RecordsToSave::addPlaces(RecordKind kind, LineOutput& systemLog) {
+  const auto& entries = added(kind);
+  for (std::size_t index = 0; index < entries.count(); ++index) {
+    const auto name = entries.name(index);
+    if (entries.isDictionary(index) && canBeRecordName(name)) {
+      places_.push_back({kind, index});
+    } else {
       systemLog.print(
           fmt::format("What is queued as {} is no record; it is not synced", quoted(name)));
-      continue;
     }
-    auto record = recordWithSystemFields(kind, {name, zoneID}, metadata);
-    setFields(record, *fields, systemLog);
+  }
+}
+
+CKRecordID RecordsToSave::recordID(std::size_t index) const {
+  const auto& place = places_.at(index);
+  return {std::string(added(place.kind).name(place.index)), zoneID_};
+}
+
+std::vector<CKRecord> RecordsToSave::records(std::size_t begin, std::size_t end) const {
+  std::vector<CKRecord> records;
+  records.reserve(end - begin);
+  for (auto index = begin; index < end; ++index) {
+    const auto& [kind, entry] = places_.at(index);
+    const auto value = added(kind).value(entry);
+    const auto* fields = value ? value->as<FieldDictionary>() : nullptr;
+    if (fields == nullptr) continue;
+    auto record = recordWithSystemFields(kind, recordID(index), *metadata_);
+    setFields(record, *fields, *systemLog_);
     if (kind == RecordKind::rule) markOptionalFieldsChanged(record);
     records.push_back(std::move(record));
   }

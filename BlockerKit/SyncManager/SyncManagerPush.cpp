@@ -26,13 +26,6 @@ std::vector<std::string> namesOf(const std::vector<CKRecordID>& recordIDs) {
   return names;
 }
 
-/// What the error is about when it names no single item.
-std::optional<CKRecordID> firstRecordID(const CKModifyRecordsOperation& operation) {
-  if (!operation.recordsToSave().empty()) return operation.recordsToSave().front().recordID();
-  if (!operation.recordIDsToDelete().empty()) return operation.recordIDsToDelete().front();
-  return std::nullopt;
-}
-
 /// Whole nanoseconds.
 Executor::Duration delayOf(double seconds) {
   const double nanoseconds = std::trunc(seconds * nanosecondsPerSecond);
@@ -102,8 +95,9 @@ SyncManager::Operations SyncManager::pushLocalChangesOperations(std::size_t spli
                               const std::vector<CKRecordID>& deleted,
                               const std::optional<CKError>& error) {
           if (!error) return localChangesPushed(saved, deleted);
+          // Without an item, the error is about the first one.
           auto [recordID, deciding] = decidingError(*error);
-          pushFailed(recordID ? recordID : firstRecordID(*pushed), deciding, split);
+          pushFailed(recordID ? recordID : pushed->firstItemID(), deciding, split);
         });
     operations.push_back(operation);
   }

@@ -95,13 +95,13 @@ CKError unreadable(const std::string& reason) {
 
 CKResult<SaveConflict> conflictIn(const CloudBatch& batch, const PostgreSQLResult& result,
                                   int row) {
-  SaveConflict conflict{static_cast<std::size_t>(result.integer(row, 0) - 1), std::nullopt, ""};
+  SaveConflict conflict{static_cast<std::size_t>(result.integer(row, 0) - 1), nullptr, ""};
   if (result.isNull(row, 2)) return conflict;
   auto fields = recordFieldsFromJSON(result.text(row, fieldsColumn));
   if (!fields) return tl::unexpected(unreadable(fields.error().localizedDescription));
-  conflict.serverRecord.emplace(std::string(result.text(row, 3)),
-                                batch.recordsToSave[conflict.index].recordID(),
-                                std::string(result.text(row, 2)), *std::move(fields));
+  conflict.serverRecord = std::make_shared<const CKRecord>(
+      std::string(result.text(row, 3)), batch.recordsToSave[conflict.index].recordID(),
+      std::string(result.text(row, 2)), *std::move(fields));
   conflict.device = result.text(row, 5);
   return conflict;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -25,7 +26,7 @@ struct SaveConflict {
   /// Which record of the batch.
   std::size_t index;
   /// As the server has it, if it does, and who has saved that.
-  std::optional<CKRecord> serverRecord;
+  std::shared_ptr<const CKRecord> serverRecord;
   std::string device;
 };
 

@@ -1,5 +1,6 @@
 #include "Linux/SQLite/CloudRecords.h"
 
+#include <memory>
 #include <utility>
 
 #include <fmt/format.h>
@@ -27,10 +28,9 @@ CKError conflictError(CKErrorCode code, std::string description) {
 /// Null in a text of fields takes the field away; so does the first merge, of a new record.
 CloudRecords::CloudRecords(const SQLiteConnection& connection)
     : connection_(connection),
-      findTag_(connection.handle(),
-               "SELECT tag FROM record WHERE zone = ? AND name = ? AND fields IS NOT NULL"),
       find_(connection.handle(),
-            "SELECT name, type, tag, fields FROM record WHERE zone = ? AND name = ?"),
+            "SELECT name, type, tag, fields FROM record "
+            "WHERE zone = ? AND name = ? AND fields IS NOT NULL"),
       save_(connection.handle(),
             "INSERT INTO record (zone, name, type, tag, fields) "
             "VALUES (?1, ?2, ?3, ?4, json_patch('{}', ?5)) ON CONFLICT (zone, name) DO UPDATE "
@@ -82,7 +82,7 @@ CKResult<void> CloudRecords::checkConflicts(const Zone& zone,
 
 CKResult<std::optional<CKError>> CloudRecords::conflict(const Zone& zone, const CKRecord& record) {
   const auto& recordName = record.recordID().recordName;
-  SQLiteRun run(findTag_, zone.id, recordName);
+  SQLiteRun run(find_, zone.id, recordName);
   const bool isThere = run.next();
   if (run.failed()) return cloudFailure(connection_.error("read"));
   if (!isThere) {
@@ -90,20 +90,15 @@ CKResult<std::optional<CKError>> CloudRecords::conflict(const Zone& zone, const 
     return conflictError(CKErrorCode::unknownItem,
                          fmt::format("There is no record “{}” any more.", recordName));
   }
-  if (record.recordChangeTag() == std::to_string(run.integer(0))) return std::nullopt;
+  if (record.recordChangeTag() == std::to_string(run.integer(Column::tag))) {
+    return std::nullopt;
+  }
   auto error = conflictError(CKErrorCode::serverRecordChanged,
                              fmt::format("The record “{}” has been changed.", recordName));
-  auto serverRecord = find(zone, record.recordID());
+  auto serverRecord = recordOf(run, record.recordID());
   if (!serverRecord) return tl::unexpected(serverRecord.error());
-  error.serverRecord = *std::move(serverRecord);
+  error.serverRecord = std::make_shared<const CKRecord>(*std::move(serverRecord));
   return error;
-}
-
-CKResult<std::optional<CKRecord>> CloudRecords::find(const Zone& zone, const CKRecordID& recordID) {
-  SQLiteRun run(find_, zone.id, recordID.recordName);
-  if (run.next()) return recordOf(run, recordID);
-  if (run.failed()) return cloudFailure(connection_.error("read"));
-  return std::nullopt;
 }
 
 CKResult<CKRecord> CloudRecords::recordOf(const SQLiteRun& row, CKRecordID recordID) {

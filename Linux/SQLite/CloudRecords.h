@@ -29,7 +29,6 @@ class CloudRecords {
  private:
   using Zone = CloudZones::Zone;
 
-  CKResult<std::optional<CKRecord>> find(const Zone& zone, const CKRecordID& recordID);
   CKResult<std::optional<CKError>> conflict(const Zone& zone, const CKRecord& record);
   CKResult<void> checkConflicts(const Zone& zone, const std::vector<CKRecord>& records);
   CKResult<void> save(const Zone& zone, const CKRecord& record, std::int64_t tag);
@@ -38,7 +37,6 @@ class CloudRecords {
   CKResult<CKRecord> recordOf(const SQLiteRun& row, CKRecordID recordID);
 
   const SQLiteConnection& connection_;
-  SQLiteStatement findTag_;
   SQLiteStatement find_;
   SQLiteStatement save_;
   SQLiteStatement remove_;

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "Linux/SQLite/EncodedEntries.h"
 #include "Linux/SQLite/PropertyListEncoding.h"
 
 namespace orvane {
@@ -16,11 +17,11 @@ KeyValueTables::KeyValueTables(SQLiteConnection connection)
       entry_(connection_.handle(),
              "SELECT entry.value FROM key JOIN entry ON entry.key = key.id "
              "WHERE key.key = ? AND entry.name = ?"),
-      entries_(connection_.handle(), "SELECT name, value FROM entry WHERE key = ?"),
+      entries_(connection_.handle(), "SELECT name, value FROM entry WHERE key = ? ORDER BY name"),
       entryNames_(connection_.handle(), "SELECT name FROM entry WHERE key = ?"),
       changeCount_(connection_.handle(), "SELECT count FROM key WHERE key = ?"),
       keys_(connection_.handle(), "SELECT key FROM key WHERE kind <> 0"),
-      find_(connection_.handle(), "SELECT id, kind FROM key WHERE key = ?"),
+      find_(connection_.handle(), "SELECT id, kind, count FROM key WHERE key = ?"),
       holds_(connection_.handle(), "SELECT value IS ?2 FROM key WHERE id = ?1"),
       add_(connection_.handle(), "INSERT INTO key (key, count, kind) VALUES (?, 1, 0)"),
       count_(connection_.handle(), "UPDATE key SET count = count + 1 WHERE id = ?"),
@@ -134,7 +135,9 @@ void KeyValueTables::rollBack() {
 
 Expected<std::optional<KeyValueTables::Key>> KeyValueTables::find(std::string_view key) {
   SQLiteRun run(find_, key);
-  if (run.next()) return Key{run.integer(0), static_cast<KeyKind>(run.integer(1))};
+  if (run.next()) {
+    return Key{run.integer(0), static_cast<KeyKind>(run.integer(1)), run.integer(2)};
+  }
   if (run.failed()) return failure("read");
   return std::nullopt;
 }
@@ -147,7 +150,7 @@ Expected<bool> KeyValueTables::holds(const Key& key, const Data& value) {
 
 Expected<KeyValueTables::Key> KeyValueTables::add(std::string_view key) {
   if (const auto result = write(add_, key); !result) return tl::unexpected(result.error());
-  return Key{sqlite3_last_insert_rowid(connection_.handle()), KeyKind::Absent};
+  return Key{sqlite3_last_insert_rowid(connection_.handle()), KeyKind::Absent, 1};
 }
 
 Expected<void> KeyValueTables::count(const Key& key) { return write(count_, key.id); }
@@ -183,6 +186,22 @@ Expected<std::vector<std::string>> KeyValueTables::entryNames(const Key& key) {
   while (run.next()) names.emplace_back(run.text(0));
   if (run.failed()) return failure("read");
   return names;
+}
+
+Expected<KeyValueTables::Entries> KeyValueTables::entries(const Key& key) {
+  auto entries = std::make_shared<EncodedEntries>();
+  SQLiteRun run(entries_, key.id);
+  while (run.next()) entries->add(run.text(0), run.bytes(1));
+  if (run.failed()) return failure("read");
+  return entries;
+}
+
+Expected<KeyValueTables::Entries> KeyValueTables::committedEntries(const Key& key) {
+  auto& read = read_[key.id];
+  if (auto kept = read.entries.lock(); kept && read.count == key.count) return kept;
+  auto entries = this->entries(key);
+  if (entries) read = {key.count, *entries};
+  return entries;
 }
 
 }  // namespace orvane

@@ -1,11 +1,14 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
+#include <memory>
 #include <optional>
 #include <string_view>
 
 #include "Linux/SQLite/KeyValueFile.h"
 #include "Linux/SQLite/SQLiteStatement.h"
+#include "Platform/Foundation/KeyValueEntries.h"
 #include "Platform/Foundation/PropertyListValue.h"
 
 namespace orvane {
@@ -19,6 +22,7 @@ class KeyValueTables {
   struct Key {
     std::int64_t id;
     KeyKind kind;
+    std::int64_t count;
   };
 
   static Expected<std::unique_ptr<KeyValueTables>> open(const std::filesystem::path& path,
@@ -53,6 +57,13 @@ class KeyValueTables {
   Expected<void> removeEntries(const Key& key);
   Expected<std::vector<std::string>> entryNames(const Key& key);
 
+  using Entries = std::shared_ptr<const KeyValueEntries>;
+  Expected<Entries> entries(const Key& key);
+  /// The same, but while somebody keeps those that were read before and the key's count is still
+  /// what it was then, they are not read again. Only for a key that the running transaction has not
+  /// changed: it counts once, and perhaps is rolled back.
+  Expected<Entries> committedEntries(const Key& key);
+
  private:
   explicit KeyValueTables(SQLiteConnection connection);
   bool isPrepared() const;
@@ -62,6 +73,14 @@ class KeyValueTables {
   Expected<void> write(const SQLiteStatement& statement, const Parameters&... parameters);
   template <typename... Parameters>
   Expected<bool> writeAndCompare(const SQLiteStatement& statement, const Parameters&... parameters);
+
+  struct Read {
+    std::int64_t count;
+    std::weak_ptr<const KeyValueEntries> entries;
+  };
+
+  /// By the keys' IDs.
+  std::map<std::int64_t, Read> read_;
 
   // The statements end before their connection.
   SQLiteConnection connection_;

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include "Linux/SQLite/EncodedEntries.h"
 #include "Linux/SQLite/PropertyListEncoding.h"
 
 namespace orvane {
@@ -26,8 +27,8 @@ void KeyValueTransaction::keepErrorOf(const Expected<void>& result, std::string_
 }
 
 template <typename Result>
-Result KeyValueTransaction::kept(const Expected<Result>& result) {
-  if (result) return *result;
+Result KeyValueTransaction::kept(Expected<Result> result) {
+  if (result) return *std::move(result);
   error_ = result.error();
   return Result();
 }
@@ -38,6 +39,15 @@ std::vector<std::string> KeyValueTransaction::keys() {
 
 KeyValueTransaction::Value KeyValueTransaction::value(std::string_view key) {
   return error_ ? std::nullopt : kept(tables_.value(key));
+}
+
+std::shared_ptr<const KeyValueEntries> KeyValueTransaction::entries(std::string_view key) {
+  const auto found = error_ ? std::nullopt : kept(tables_.find(key));
+  const bool isDictionary = found && found->kind == KeyKind::Dictionary;
+  auto entries = !isDictionary                  ? nullptr
+                 : counted_.contains(found->id) ? kept(tables_.entries(*found))
+                                                : kept(tables_.committedEntries(*found));
+  return entries ? std::move(entries) : std::make_shared<const EncodedEntries>();
 }
 
 KeyValueTransaction::Value KeyValueTransaction::entry(std::string_view key, std::string_view name) {

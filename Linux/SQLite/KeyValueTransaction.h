@@ -25,6 +25,7 @@ class KeyValueTransaction final : public KeyValueDatabase::Transaction {
   std::vector<std::string> keys() override;
   Value value(std::string_view key) override;
   void setValue(std::string_view key, const Value& value) override;
+  std::shared_ptr<const KeyValueEntries> entries(std::string_view key) override;
   Value entry(std::string_view key, std::string_view name) override;
   void setEntry(std::string_view key, std::string_view name, const Value& value) override;
 
@@ -50,7 +51,7 @@ class KeyValueTransaction final : public KeyValueDatabase::Transaction {
   Expected<Key> foundOrAdded(std::string_view key);
 
   template <typename Result>
-  Result kept(const Expected<Result>& result);
+  Result kept(Expected<Result> result);
   void keepErrorOf(const Expected<void>& result, std::string_view key);
 
   KeyValueTables& tables_;

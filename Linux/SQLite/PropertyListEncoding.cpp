@@ -159,6 +159,12 @@ std::optional<PropertyListValue> decode(std::span<const std::byte> bytes) {
   return unboxed(variant.get());
 }
 
+/// The type is at the end, behind a zero byte.
+bool isEncodedDictionary(std::span<const std::byte> bytes) {
+  constexpr std::string_view end("\0a{sv}", 6);
+  return std::string_view(reinterpret_cast<const char*>(bytes.data()), bytes.size()).ends_with(end);
+}
+
 bool isStorable(std::string_view text) {
   // It takes a zero byte for the end of the text, and says that it is none.
   return g_utf8_validate_len(text.data(), text.size(), nullptr) != FALSE;

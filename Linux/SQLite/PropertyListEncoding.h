@@ -19,6 +19,9 @@ Expected<PropertyListValue::Data> encode(const PropertyListValue& value);
 /// Nothing when the bytes are none that `encode` makes.
 std::optional<PropertyListValue> decode(std::span<const std::byte> bytes);
 
+/// Whether what `encode` has made these bytes of is a dictionary.
+bool isEncodedDictionary(std::span<const std::byte> bytes);
+
 /// Whether the text can be kept without loss: valid UTF-8 without zero bytes.
 bool isStorable(std::string_view text);
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <variant>
@@ -56,10 +57,11 @@ struct CKError {
   std::vector<CKPartialError> partialErrorsByItemID;
 
   // For `serverRecordChanged`: as the server has the record, as the client has tried to save it,
-  // and as the client had it before it set anything.
-  std::optional<CKRecord> serverRecord;
-  std::optional<CKRecord> clientRecord;
-  std::optional<CKRecord> ancestorRecord;
+  // and as the client had it before it set anything. Null otherwise;
+  // a copy of the error shares them.
+  std::shared_ptr<const CKRecord> serverRecord;
+  std::shared_ptr<const CKRecord> clientRecord;
+  std::shared_ptr<const CKRecord> ancestorRecord;
 
   /// The same for whoever knows nothing of the cloud.
   NSError nsError() const { return {CKErrorDomain, static_cast<int>(code), localizedDescription}; }

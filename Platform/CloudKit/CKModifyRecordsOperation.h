@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <optional>
 #include <utility>
@@ -20,13 +21,27 @@ class CKModifyRecordsOperation final : public CKDatabaseOperation {
                                         const std::vector<CKRecordID>& deletedRecordIDs,
                                         const std::optional<CKError>& error)>;
 
-  CKModifyRecordsOperation(std::vector<CKRecord> recordsToSave,
-                           std::vector<CKRecordID> recordIDsToDelete)
+  /// Records that are made, on the cloud queue, when they are sent, once or never: of many
+  /// operations that wait only one has its records in memory.
+  struct PendingRecords {
+    std::size_t count = 0;
+    /// Of the first one, if there is one.
+    CKRecordID firstID;
+    /// Leaves out what turns out to be no record.
+    std::function<std::vector<CKRecord>()> make;
+  };
+
+  CKModifyRecordsOperation(PendingRecords recordsToSave, std::vector<CKRecordID> recordIDsToDelete)
       : recordsToSave_(std::move(recordsToSave)),
         recordIDsToDelete_(std::move(recordIDsToDelete)) {}
+  CKModifyRecordsOperation(std::vector<CKRecord> recordsToSave,
+                           std::vector<CKRecordID> recordIDsToDelete);
 
-  const std::vector<CKRecord>& recordsToSave() const { return recordsToSave_; }
+  std::size_t recordCount() const { return recordsToSave_.count; }
   const std::vector<CKRecordID>& recordIDsToDelete() const { return recordIDsToDelete_; }
+
+  /// Of the first record to be saved or, without one, of the first to be deleted.
+  std::optional<CKRecordID> firstItemID() const;
 
   void setModifyRecordsCompletionBlock(Completion block) { completion_ = std::move(block); }
 
@@ -36,10 +51,8 @@ class CKModifyRecordsOperation final : public CKDatabaseOperation {
 
  private:
   CKResult<std::vector<CKRecord>> modify(const CKDatabase::Connection& connection) const;
-  CloudBatch batch() const;
-  CKError completed(CKError error) const;
 
-  std::vector<CKRecord> recordsToSave_;
+  PendingRecords recordsToSave_;
   std::vector<CKRecordID> recordIDsToDelete_;
   Completion completion_ = [](const auto&, const auto&, const auto&) {};
 };

@@ -39,7 +39,7 @@ CKRecord::Value CKRecord::value(std::string_view key) const {
 }
 
 void CKRecord::setValue(const std::string& key, const Value& value) {
-  before_.try_emplace(key, this->value(key));
+  if (!before_.contains(key)) before_.emplace(key, this->value(key));
   if (value) {
     fields_.insert_or_assign(key, *value);
   } else {

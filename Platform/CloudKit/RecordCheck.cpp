@@ -73,8 +73,10 @@ std::optional<CKError> problemWith(const CKRecord& record) {
   if (!canBeRecordName(record.recordType()))
     return invalid("The type of a record cannot be stored.");
   for (const auto& key : record.allKeys()) {
-    const auto value = record.value(key);
-    if (canBeRecordName(key) && (!value || std::visit(StorableValue{}, *value))) continue;
+    const auto field = record.fields().find(key);
+    const bool isStorable =
+        field == record.fields().end() || std::visit(StorableValue{}, field->second);
+    if (canBeRecordName(key) && isStorable) continue;
     return invalid(fmt::format("A text in “{}” of the record “{}” cannot be stored.", key,
                                record.recordID().recordName));
   }

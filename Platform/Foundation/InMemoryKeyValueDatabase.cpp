@@ -72,6 +72,12 @@ class InMemoryKeyValueDatabase::Edits final : public Transaction {
     changed(key).value = value;
   }
 
+  std::shared_ptr<const KeyValueEntries> entries(std::string_view key) override {
+    const auto value = valueIn(keys_, key);
+    const auto* dictionary = value ? value->as<Dictionary>() : nullptr;
+    return entriesOf(dictionary == nullptr ? Dictionary() : *dictionary);
+  }
+
   Value entry(std::string_view key, std::string_view name) override {
     return entryIn(keys_, key, name);
   }

@@ -2,11 +2,13 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "Platform/Foundation/KeyValueEntries.h"
 #include "Platform/Foundation/NSError.h"
 #include "Platform/Foundation/PropertyListValue.h"
 
@@ -32,6 +34,9 @@ class KeyValueDatabase {
     virtual std::optional<PropertyListValue> value(std::string_view key) = 0;
     /// Nothing removes the key. Setting what is there already is no change.
     virtual void setValue(std::string_view key, const std::optional<PropertyListValue>& value) = 0;
+
+    /// Those of the dictionary under `key`; none without one.
+    virtual std::shared_ptr<const KeyValueEntries> entries(std::string_view key) = 0;
 
     /// An entry of the dictionary under `key`.
     virtual std::optional<PropertyListValue> entry(std::string_view key, std::string_view name) = 0;

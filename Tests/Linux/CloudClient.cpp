@@ -67,7 +67,7 @@ int add(CloudBackend& cloud) {
       record = record.savedWithChangeTag(result->changeTags[0]);
       ++added;
     } else if (result.error().code == CKErrorCode::partialFailure) {
-      record = result.error().partialErrorsByItemID.at(0).error.serverRecord.value();
+      record = *result.error().partialErrorsByItemID.at(0).error.serverRecord;
     } else {
       return fail(result.error());
     }

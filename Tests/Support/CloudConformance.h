@@ -155,8 +155,8 @@ TYPED_TEST_P(CloudConformance, saveOfAChangedRecordConflicts) {
   const auto& [itemID, error] = result.error->partialErrorsByItemID.front();
   EXPECT_EQ(itemID, CKItemID(this->idOf("a"))) << "what really failed comes first";
   EXPECT_EQ(error.code, CKErrorCode::serverRecordChanged);
-  EXPECT_EQ(error.serverRecord, server);
-  EXPECT_EQ(error.clientRecord, mine);
+  EXPECT_EQ(*error.serverRecord, server);
+  EXPECT_EQ(*error.clientRecord, mine);
   EXPECT_EQ(error.ancestorRecord->value("name"), CKRecord::Value(std::string("first")));
   EXPECT_EQ(this->codeFor(*result.error, "b"), CKErrorCode::batchRequestFailed);
   EXPECT_EQ(this->codeFor(*result.error, "c"), CKErrorCode::batchRequestFailed);
@@ -170,9 +170,9 @@ TYPED_TEST_P(CloudConformance, saveOfANewRecordConflictsWithOneThatIsThere) {
   const auto mine = this->newRecord("a", "mine");
   const auto error = this->here_.modify({mine}).error->partialErrorsByItemID.at(0).error;
   EXPECT_EQ(error.code, CKErrorCode::serverRecordChanged);
-  EXPECT_EQ(error.serverRecord, theirs);
-  EXPECT_EQ(error.clientRecord, mine);
-  EXPECT_EQ(error.ancestorRecord, mine);
+  EXPECT_EQ(*error.serverRecord, theirs);
+  EXPECT_EQ(*error.clientRecord, mine);
+  EXPECT_EQ(*error.ancestorRecord, mine);
 }
 
 TYPED_TEST_P(CloudConformance, saveOfARecordThatIsGoneIsUnknown) {

@@ -66,6 +66,9 @@ class FailingKeyValueDatabase final : public KeyValueDatabase {
     std::optional<PropertyListValue> value(std::string_view key) override {
       return transaction_.value(key);
     }
+    std::shared_ptr<const KeyValueEntries> entries(std::string_view key) override {
+      return transaction_.entries(key);
+    }
     std::optional<PropertyListValue> entry(std::string_view key, std::string_view name) override {
       return transaction_.entry(key, name);
     }

@@ -197,7 +197,8 @@ class SimulatedCloud::Backend final : public CloudBackend {
         continue;
       }
       auto error = makeError(CKErrorCode::serverRecordChanged, "The record has changed.");
-      error.serverRecord = CKRecord(found->second.type, recordID, *tag, found->second.fields);
+      error.serverRecord = std::make_shared<const CKRecord>(found->second.type, recordID, *tag,
+                                                            found->second.fields);
       conflicts.push_back({recordID, error});
     }
     return conflicts;

@@ -18,16 +18,21 @@ class RequestsOfASync : public ::testing::Test {
  protected:
   CKRecordID idOf(std::size_t number) { return {fmt::format("rule-{}", number), zone.zoneID}; }
 
+  RecordsToSave rules(PropertyListValue::Dictionary fields) {
+    return {entriesOf({}), entriesOf(std::move(fields)), entriesOf({}), zone.zoneID,
+            machine.systemLog};
+  }
+
   Sizes sizes(std::size_t records, std::size_t deletions, std::size_t split) {
-    std::vector<CKRecord> saves;
+    PropertyListValue::Dictionary saves;
     std::vector<CKRecordID> ids;
     for (std::size_t number = 0; number < records; ++number)
-      saves.emplace_back("rule", idOf(number));
+      saves.emplace(idOf(number).recordName, PropertyListValue::Dictionary());
     for (std::size_t number = 0; number < deletions; ++number)
       ids.push_back(idOf(records + number));
     Sizes result;
-    for (const auto& operation : modifyRecordsOperations(database, saves, ids, split)) {
-      result.emplace_back(operation->recordsToSave().size(), operation->recordIDsToDelete().size());
+    for (const auto& operation : modifyRecordsOperations(database, rules(saves), ids, split)) {
+      result.emplace_back(operation->recordCount(), operation->recordIDsToDelete().size());
     }
     return result;
   }
@@ -70,7 +75,7 @@ TEST_F(RequestsOfASync, areOfUtilityQualityWhenTheyFetchInEitherForm) {
 }
 
 TEST_F(RequestsOfASync, areOfTheQueuesQualityWhenTheySave) {
-  const auto save = modifyRecordsOperations(database, {CKRecord("rule", idOf(1))}, {}, 1).at(0);
+  const auto save = modifyRecordsOperations(database, {}, {idOf(1)}, 1).at(0);
   EXPECT_EQ(save->qualityOfService(), std::nullopt);
 }
 
@@ -78,9 +83,9 @@ TEST_F(RequestsOfASync, bringARuleFromOneMachineToAnother) {
   std::vector<std::string> fetched;
   const auto save = saveZoneOperation(database, zone);
   const auto subscribe = subscribeToChangesOperation(database, zone, "mine");
-  CKRecord rule("rule", idOf(1));
-  rule.setValue("name", CKRecordValue(std::string("first")));
-  const auto modify = modifyRecordsOperations(database, {rule}, {}, 1).at(0);
+  const PropertyListValue::Dictionary rule{
+      {idOf(1).recordName, PropertyListValue::Dictionary{{"name", "first"}}}};
+  const auto modify = modifyRecordsOperations(database, rules(rule), {}, 1).at(0);
   const FetchHandlers handlers{
       .recordChanged =
           [&](const CKRecord& record) { fetched.push_back(record.recordID().recordName); },

@@ -66,6 +66,41 @@ TEST_F(StoredPages, ofAnEarlierProcessComeBeforeItsOwn) {
   EXPECT_THAT(firstNames(), ElementsAre("earlier", "later"));
 }
 
+TEST_F(StoredPages, ofManyItemsAreReadBackAndRemovedAsOne) {
+  FetchPass large;
+  for (int number = 0; number < 1000; ++number) {
+    const auto name = fmt::format("{:04}", number);
+    large.changed.push_back({"rule", {name, rulesZone}, "tag", {}});
+    large.deleted.push_back("deleted " + name);
+  }
+  store(pages, large);
+  store(pages, {.changed = {}, .deleted = {"next"}, .metadata = {}});
+  const auto stored = FetchedPages(machine.suite()).stored(rulesZone);
+  ASSERT_EQ(stored.size(), 2U);
+  EXPECT_EQ(stored[0].pass.deleted, large.deleted);
+  ASSERT_EQ(stored[0].pass.changed.size(), large.changed.size());
+  for (std::size_t index = 0; index < large.changed.size(); ++index) {
+    EXPECT_EQ(stored[0].pass.changed[index].recordID(), large.changed[index].recordID());
+  }
+  EXPECT_THAT(stored[1].pass.deleted, ElementsAre("next"));
+  pages.remove({stored[0].name});
+  EXPECT_THAT(firstNames(), ElementsAre("next"));
+}
+
+/// As an earlier version has stored them.
+TEST_F(StoredPages, ofOnePieceAreReadAndRemoved) {
+  const std::string name = "00000000000000000007";
+  ASSERT_TRUE(machine.suite().setEntry(FetchedPages::key, name,
+                                       Dictionary{{"changed", Array{}}, {"deleted", Array{"a"}}}));
+  const auto stored = pages.stored(rulesZone);
+  ASSERT_EQ(stored.size(), 1U);
+  EXPECT_EQ(stored[0].name, name);
+  EXPECT_THAT(stored[0].pass.deleted, ElementsAre("a"));
+  EXPECT_EQ(pages.nextName(), "00000000000000000008");
+  pages.remove({name});
+  EXPECT_THAT(pages.stored(rulesZone), IsEmpty());
+}
+
 TEST_F(StoredPages, areRemovedByTheirNames) {
   for (const auto* name : {"1", "2", "3"})
     store(pages, {.changed = {}, .deleted = {name}, .metadata = {}});

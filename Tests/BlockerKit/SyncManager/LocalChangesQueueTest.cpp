@@ -31,7 +31,7 @@ struct LocalChangesQueueTest : ::testing::Test {
   }
   std::vector<std::string> typesAndNamesToSave() {
     std::vector<std::string> found;
-    for (const auto& record : process.queue.all(rulesZone).recordsToSave) {
+    for (const auto& record : process.queue.all(rulesZone).recordsToSave.all()) {
       found.push_back(record.recordType() + " " + record.recordID().recordName);
     }
     return found;
@@ -185,7 +185,7 @@ TEST_F(LocalChangesQueueTest, RecordsToSaveHaveTheChangeTagsThatAreStored) {
   ASSERT_TRUE(process.defaults().transact([&](KeyValueDatabase::Transaction& transaction) {
     metadata.updateMetadata({"package", {"known", rulesZone}, "tag", {}}, transaction);
   }));
-  const auto records = process.queue.all(rulesZone).recordsToSave;
+  const auto records = process.queue.all(rulesZone).recordsToSave.all();
   ASSERT_EQ(records.size(), 2U);
   EXPECT_EQ(records[0].recordChangeTag(), "tag");
   EXPECT_EQ(records[1].recordChangeTag(), std::nullopt);
@@ -200,7 +200,7 @@ TEST_F(LocalChangesQueueTest, DeletedRecordsAreRulesThenPackagesInTheZone) {
 }
 
 TEST_F(LocalChangesQueueTest, NothingIsToBeSavedOrDeletedWhenNothingIsThere) {
-  EXPECT_THAT(process.queue.all(rulesZone).recordsToSave, IsEmpty());
+  EXPECT_THAT(process.queue.all(rulesZone).recordsToSave.all(), IsEmpty());
   EXPECT_THAT(process.queue.all(rulesZone).recordIDsToDelete, IsEmpty());
 }
 
@@ -211,7 +211,7 @@ TEST_F(LocalChangesQueueTest, ValuesOfAnotherTypeReadAsEmpty) {
     for (const auto* key : {"AddedRules", "AddedPackages", "DeletedRules", "DeletedPackages"}) {
       process.set(key, wrong);
     }
-    EXPECT_THAT(process.queue.all(rulesZone).recordsToSave, IsEmpty());
+    EXPECT_THAT(process.queue.all(rulesZone).recordsToSave.all(), IsEmpty());
     EXPECT_THAT(process.queue.all(rulesZone).recordIDsToDelete, IsEmpty());
     EXPECT_FALSE(process.queue.containsAdded("a"));
   }
@@ -243,7 +243,7 @@ TEST_F(LocalChangesQueueTest, WhatCannotBeReadIsEmptyAndTheSystemLogSaysWhy) {
   addRules({blockRule("a")});
   markDeleted({"b"}, RecordKind::rule);
   process.machine.suiteAtRisk.fails = true;
-  EXPECT_THAT(process.queue.all(rulesZone).recordsToSave, IsEmpty());
+  EXPECT_THAT(process.queue.all(rulesZone).recordsToSave.all(), IsEmpty());
   EXPECT_THAT(process.queue.all(rulesZone).recordIDsToDelete, IsEmpty());
   EXPECT_FALSE(process.queue.containsAdded("a"));
   EXPECT_THAT(process.logged(), ::testing::Contains("The disk is on fire"));

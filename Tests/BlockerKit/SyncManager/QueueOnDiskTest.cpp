@@ -42,7 +42,7 @@ TEST_F(QueueOnDisk, IsWhatAnotherProcessReads) {
     EXPECT_THAT(browser.rest.logged(), IsEmpty());
   }
   ProcessOnDisk companion(loop, path);
-  const auto records = companion.queue.all(rulesZone).recordsToSave;
+  const auto records = companion.queue.all(rulesZone).recordsToSave.all();
   ASSERT_EQ(records.size(), 3U);
   EXPECT_EQ(packageFromRecord(records[0]), packageOf("p"));
   EXPECT_EQ(ruleFromRecord(records[1]), rule);
@@ -50,7 +50,7 @@ TEST_F(QueueOnDisk, IsWhatAnotherProcessReads) {
   EXPECT_THAT(companion.queue.all(rulesZone).recordIDsToDelete,
               ElementsAre(CKRecordID{"b", rulesZone}));
   companion.queue.change([](LocalChangesEdit& edit) { edit.forget({"a", "b", "c", "p"}); });
-  EXPECT_THAT(companion.queue.all(rulesZone).recordsToSave, IsEmpty());
+  EXPECT_THAT(companion.queue.all(rulesZone).recordsToSave.all(), IsEmpty());
   EXPECT_THAT(companion.queue.all(rulesZone).recordIDsToDelete, IsEmpty());
 }
 

@@ -43,7 +43,7 @@ RC_GTEST_PROP(RecordProperties, ARuleComesBackFromTheQueueAndTheCloudAsItWas, ()
                      edit.addRules({&rule, 1}, package);
                    })
           .has_value());
-  const auto records = process.queue.all(rulesZone).recordsToSave;
+  const auto records = process.queue.all(rulesZone).recordsToSave.all();
   RC_ASSERT(records.size() == 1U);
   const auto fetched = records.front().savedWithChangeTag("tag");
   RC_ASSERT(ruleFromRecord(fetched) == rule);
@@ -55,8 +55,8 @@ RC_GTEST_PROP(RecordProperties, APackageComesBackWithoutItsRules, ()) {
   const auto identifier = *recordNames();
   const auto name = travelling(*texts());
   RecordingOutput log;
-  const auto records = recordsToSave(
-      RecordKind::package, {{identifier, packageFieldDictionary(name)}}, {}, rulesZone, log);
+  const auto records =
+      recordsToSave(RecordKind::package, {{identifier, packageFieldDictionary(name)}}, {}, log);
   RC_ASSERT(records.size() == 1U);
   RC_ASSERT(packageFromRecord(records.front()) == (Package{identifier, name, {}}));
 }

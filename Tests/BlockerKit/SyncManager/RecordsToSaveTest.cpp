@@ -16,7 +16,7 @@ using Strings = std::vector<std::string>;
 
 struct RecordsToSaveTest : ::testing::Test {
   CKRecord one(RecordKind kind, const Dictionary& fields) {
-    auto records = recordsToSave(kind, {{"id", fields}}, known, rulesZone, log);
+    auto records = recordsToSave(kind, {{"id", fields}}, known, log);
     EXPECT_EQ(records.size(), 1U);
     return records.front();
   }
@@ -145,7 +145,7 @@ TEST_F(RecordsToSaveTest, AnEntryThatIsNoRecordIsSkippedAndLogged) {
                          {std::string(255, 'a'), packageFields()},
                          {std::string(256, 'b'), packageFields()},
                          {"text", "text"}};
-  const auto records = recordsToSave(RecordKind::package, added, {}, rulesZone, log);
+  const auto records = recordsToSave(RecordKind::package, added, {}, log);
   ASSERT_EQ(records.size(), 1U);
   EXPECT_EQ(records.front().recordID().recordName, std::string(255, 'a'));
   EXPECT_THAT(log.lines, ElementsAre("What is queued as \"\" is no record; it is not synced",
@@ -157,7 +157,7 @@ TEST_F(RecordsToSaveTest, AnEntryThatIsNoRecordIsSkippedAndLogged) {
 TEST_F(RecordsToSaveTest, ComeInTheOrderOfTheirNames) {
   const Dictionary added{{"c", packageFields()}, {"a", packageFields()}, {"b", packageFields()}};
   Strings names;
-  for (const auto& record : recordsToSave(RecordKind::package, added, {}, rulesZone, log)) {
+  for (const auto& record : recordsToSave(RecordKind::package, added, {}, log)) {
     names.push_back(record.recordID().recordName);
   }
   EXPECT_THAT(names, ElementsAre("a", "b", "c"));

@@ -23,7 +23,7 @@ struct SharedQueue : ::testing::Test {
 TEST_F(SharedQueue, WhatOneProcessRecordsAnotherPushes) {
   browser.sync.ruleAdded(blockRule("a"), package);
   browser.sync.ruleDeleted(blockRule("b"), package);
-  const auto records = companion.queue.all(rulesZone).recordsToSave;
+  const auto records = companion.queue.all(rulesZone).recordsToSave.all();
   ASSERT_EQ(records.size(), 1U);
   EXPECT_EQ(records.front().recordID().recordName, "a");
   EXPECT_THAT(companion.queue.all(rulesZone).recordIDsToDelete,

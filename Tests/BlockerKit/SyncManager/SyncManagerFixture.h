@@ -41,6 +41,15 @@ inline Dictionary blockFields(const std::string& package, const std::string& url
 
 inline Dictionary packageFields() { return {{"name", "P"}}; }
 
+inline std::vector<CKRecord> recordsToSave(RecordKind kind, const Dictionary& added,
+                                           const Dictionary& metadata, LineOutput& systemLog) {
+  const bool isPackage = kind == RecordKind::package;
+  return RecordsToSave(entriesOf(isPackage ? added : Dictionary()),
+                       entriesOf(isPackage ? Dictionary() : added), entriesOf(metadata), rulesZone,
+                       systemLog)
+      .all();
+}
+
 /// A process that records changes, on a machine that it may share; another one talks to the cloud.
 struct SyncProcess {
   explicit SyncProcess(std::shared_ptr<TestMachine> itsMachine = std::make_shared<TestMachine>())

@@ -183,7 +183,7 @@ TEST_F(PostgreSQLCloudTest, aConflictFailsAllAndGivesTheRecordOfTheServer) {
   ASSERT_THAT(entries, SizeIs(2));
   EXPECT_EQ(std::get<CKRecordID>(entries[0].itemID).recordName, "one");
   EXPECT_EQ(entries[0].error.code, CKErrorCode::serverRecordChanged);
-  EXPECT_EQ(entries[0].error.serverRecord, newer.savedWithChangeTag(newTag));
+  EXPECT_EQ(*entries[0].error.serverRecord, newer.savedWithChangeTag(newTag));
   EXPECT_FALSE(entries[0].error.clientRecord);
   EXPECT_FALSE(entries[0].error.ancestorRecord);
   EXPECT_EQ(std::get<CKRecordID>(entries[1].itemID).recordName, "gone");

@@ -310,6 +310,75 @@ TEST_P(KeyValueConformance, whatIsSynchronizedIsStillThere) {
   EXPECT_EQ(*other->value("k"), Value("1"));
 }
 
+TEST_P(KeyValueConformance, entriesAreInTheOrderOfTheirNamesAndOfOneMoment) {
+  const std::string large(100'000, 'x');
+  set(*database, "k", Dictionary{{"é", Dictionary{}}, {"b", large}, {"", true}, {"ab", "text"}});
+  std::shared_ptr<const KeyValueEntries> entries;
+  ASSERT_TRUE(
+      database->transact([&](Transaction& transaction) { entries = transaction.entries("k"); }));
+  set(*other, "k", Dictionary{{"b", "changed"}});
+  ASSERT_EQ(entries->count(), 4U);
+  std::vector<std::string> names;
+  std::vector<bool> dictionaries;
+  for (std::size_t index = 0; index < entries->count(); ++index) {
+    names.emplace_back(entries->name(index));
+    dictionaries.push_back(entries->isDictionary(index));
+  }
+  EXPECT_EQ(names, (std::vector<std::string>{"", "ab", "b", "é"}));
+  EXPECT_EQ(dictionaries, (std::vector<bool>{false, false, false, true}));
+  EXPECT_EQ(entries->value(2), Value(large));
+  EXPECT_EQ(entries->value("b"), Value(large));
+  EXPECT_EQ(entries->value("é"), Value(Dictionary{}));
+  EXPECT_EQ(entries->value("a"), std::nullopt);
+  EXPECT_EQ(entries->value("z"), std::nullopt);
+}
+
+TEST_P(KeyValueConformance, entriesThatSomebodyKeepsDoNotHideWhatHasChangedSince) {
+  const auto valueOfA = [](Transaction& transaction) {
+    return transaction.entries("k")->value("a");
+  };
+  std::vector<std::shared_ptr<const KeyValueEntries>> kept;
+  const auto now = [&] {
+    Value value;
+    EXPECT_TRUE(database->transact([&](Transaction& transaction) {
+      kept.push_back(transaction.entries("k"));
+      value = valueOfA(transaction);
+    }));
+    return value;
+  };
+  setEntry(*database, "k", "a", "1");
+  EXPECT_EQ(now(), Value("1"));
+  EXPECT_EQ(now(), Value("1"));
+  setEntry(*other, "k", "a", "2");
+  EXPECT_EQ(now(), Value("2"));
+  setEntry(*other, "another", "a", "x");
+  EXPECT_EQ(now(), Value("2"));
+  ASSERT_TRUE(database->transact([&](Transaction& transaction) {
+    transaction.setEntry("k", "a", "3");
+    kept.push_back(transaction.entries("k"));
+    EXPECT_EQ(valueOfA(transaction), Value("3"));
+    transaction.setEntry("k", "a", "4");
+    EXPECT_EQ(valueOfA(transaction), Value("4"));
+  }));
+  EXPECT_EQ(now(), Value("4"));
+  set(*other, "k", std::nullopt);
+  EXPECT_EQ(now(), std::nullopt);
+  setEntry(*other, "k", "a", "5");
+  EXPECT_EQ(now(), Value("5"));
+  EXPECT_EQ(kept.front()->value("a"), Value("1"));
+}
+
+TEST_P(KeyValueConformance, thereAreNoEntriesWithoutADictionary) {
+  set(*database, "text", "{}");
+  set(*database, "removed", Dictionary{{"a", true}});
+  set(*database, "removed", std::nullopt);
+  ASSERT_TRUE(database->transact([&](Transaction& transaction) {
+    for (const auto* key : {"text", "removed", "never"}) {
+      EXPECT_EQ(transaction.entries(key)->count(), 0U) << key;
+    }
+  }));
+}
+
 INSTANTIATE_TEST_SUITE_P(Databases, KeyValueConformance,
                          ::testing::Values(DatabaseKind::InMemory, DatabaseKind::SQLite),
                          ::testing::PrintToStringParamName());

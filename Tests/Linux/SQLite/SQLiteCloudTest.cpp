@@ -164,8 +164,8 @@ TEST_F(SQLiteCloudTest, anErrorOfABatchLeavesNothingOfIt) {
   ASSERT_THAT(items, SizeIs(2)) << "an entry for each that conflicts and no other";
   EXPECT_EQ(items[0].itemID, CKItemID(idOf("taken")));
   EXPECT_EQ(items[0].error.code, Code::serverRecordChanged);
-  EXPECT_EQ(items[0].error.serverRecord, fetch(cloud)->changed.at(1));
-  EXPECT_EQ(items[0].error.clientRecord, std::nullopt);
+  EXPECT_EQ(*items[0].error.serverRecord, fetch(cloud)->changed.at(1));
+  EXPECT_EQ(items[0].error.clientRecord, nullptr);
   EXPECT_EQ(items[1].itemID, CKItemID(idOf("gone")));
   EXPECT_EQ(items[1].error.code, Code::unknownItem);
   const auto after = fetch(cloud, token);

@@ -170,6 +170,21 @@ TEST_F(SQLiteKeyValueDatabaseTest, anExceptionPassesThroughAndNothingHasChanged)
   EXPECT_TRUE(set(database, "k", "new"));
 }
 
+TEST_F(SQLiteKeyValueDatabaseTest, entriesOfATransactionThatFailedAreForgotten) {
+  ASSERT_TRUE(set(database, "d", Dictionary{{"a", "old"}}));
+  std::shared_ptr<const KeyValueEntries> kept;
+  EXPECT_FALSE(database.transact([&](KeyValueDatabase::Transaction& transaction) {
+    transaction.setEntry("d", "a", "undone");
+    kept = transaction.entries("d");
+    transaction.setEntry("d", "b", "\xFF");
+  }));
+  EXPECT_EQ(kept->value("a"), Value("undone"));
+  ASSERT_TRUE(set(database, "d", Dictionary{{"a", "new"}}));
+  ASSERT_TRUE(database.transact([](KeyValueDatabase::Transaction& transaction) {
+    EXPECT_EQ(transaction.entries("d")->value("a"), Value("new"));
+  }));
+}
+
 TEST_F(SQLiteKeyValueDatabaseTest, aDamagedValueIsAbsentAndCanBeReplaced) {
   ASSERT_TRUE(set(database, "k", "v"));
   ASSERT_TRUE(set(database, "d", Dictionary{{"good", "v"}, {"bad", "v"}}));
@@ -179,6 +194,10 @@ TEST_F(SQLiteKeyValueDatabaseTest, aDamagedValueIsAbsentAndCanBeReplaced) {
   EXPECT_EQ(*database.value("k"), std::nullopt);
   EXPECT_EQ(*database.value("d"), Value(Dictionary{{"good", "v"}}));
   EXPECT_EQ(*database.entry("d", "bad"), std::nullopt);
+  ASSERT_TRUE(database.transact([](KeyValueDatabase::Transaction& transaction) {
+    EXPECT_EQ(transaction.entries("d")->value("bad"), std::nullopt);
+    EXPECT_EQ(transaction.entries("d")->value("good"), Value("v"));
+  }));
   ASSERT_TRUE(set(database, "k", "v"));
   EXPECT_EQ(*database.value("k"), Value("v"));
 }

@@ -128,6 +128,66 @@ TEST_F(CloudOperation, withoutRecordsAsksForNothing) {
   EXPECT_THAT(said, ElementsAre("done"));
 }
 
+/// Requests whose records are made when they are sent.
+class PendingRecords : public CloudOperation {
+ protected:
+  PendingRecords() { EXPECT_TRUE(backend->saveZone(zoneID, {}).has_value()); }
+
+  std::shared_ptr<CKModifyRecordsOperation> saving(std::size_t count,
+                                                   std::vector<CKRecord> records) {
+    auto operation = std::make_shared<CKModifyRecordsOperation>(
+        CKModifyRecordsOperation::PendingRecords{.count = count,
+                                                 .firstID = {"a", zoneID},
+                                                 .make =
+                                                     [this, records = std::move(records)] {
+                                                       ++makings;
+                                                       return records;
+                                                     }},
+        std::vector<CKRecordID>{});
+    operation->setDatabase(container.privateCloudDatabase());
+    operation->setModifyRecordsCompletionBlock(
+        [this](const auto& saved, const auto& /*deleted*/, const auto& error) {
+          said.push_back(error ? error->localizedDescription : std::to_string(saved.size()));
+        });
+    return operation;
+  }
+
+  const CKRecordZoneID zoneID{"Zone"};
+  int makings = 0;
+};
+
+TEST_F(PendingRecords, areMadeWhenTheirTurnComes) {
+  const auto operation = saving(1, {CKRecord("rule", {"a", zoneID})});
+  EXPECT_EQ(operation->recordCount(), 1U);
+  EXPECT_EQ(operation->firstItemID(), (CKRecordID{"a", zoneID}));
+  queue->addOperation(operation);
+  EXPECT_EQ(makings, 0);
+  time.runUntilIdle();
+  EXPECT_EQ(makings, 1);
+  EXPECT_THAT(said, ElementsAre("1"));
+}
+
+TEST_F(PendingRecords, areNotMadeForARequestThatIsTooLarge) {
+  queue->addOperation(saving(401, {}));
+  time.runUntilIdle();
+  EXPECT_EQ(makings, 0);
+  EXPECT_THAT(said, ElementsAre("401 records are more than the 400 of one request."));
+}
+
+TEST_F(PendingRecords, areNotMadeForARequestThatIsCancelled) {
+  queue->addOperation(saving(1, {CKRecord("rule", {"a", zoneID})}));
+  queue->cancelAllOperations();
+  time.runUntilIdle();
+  EXPECT_EQ(makings, 0);
+  EXPECT_THAT(said, ElementsAre("The operation was cancelled."));
+}
+
+TEST_F(PendingRecords, thatTurnOutToBeNoneAskForNothing) {
+  queue->addOperation(saving(1, {}));
+  time.runUntilIdle();
+  EXPECT_THAT(said, ElementsAre("0"));
+}
+
 TEST_F(CloudOperation, ofTheAccountSaysTheErrorAndThatTheStatusIsNotKnown) {
   CKError failure;
   failure.code = CKErrorCode::networkFailure;
