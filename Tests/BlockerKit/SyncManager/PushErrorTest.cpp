@@ -180,7 +180,7 @@ TEST_F(PushError, ofSeveralPushesIsTriedAgainAtTheFirstOfTheirTimes) {
   EXPECT_FALSE(isAdded("rule-0"));
   queueRules(1);
   advance(1h);
-  EXPECT_EQ(savedSizes(), (Sizes{1}));
+  EXPECT_EQ(savedSizes(), (RecordCounts{1}));
 }
 
 TEST_F(PushError, thatNoSplittingEndsDoublesToTheGreatestNumber) {
