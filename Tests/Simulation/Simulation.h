@@ -74,6 +74,7 @@ class Simulation {
   void fail(const std::string& what);
 
   Contents contents(Machine& machine);
+  bool isZoneThere();
   Contents cloudContents();
   using Machines = std::vector<const Machine*>;
   bool isException(const std::string& id, const UserModel::Version* version,

@@ -15,8 +15,8 @@ using Item = RemovingItems::Item;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-Item package(std::string id) { return {RemovingItems::Kind::package, std::move(id)}; }
-Item rule(std::string id) { return {RemovingItems::Kind::rule, std::move(id)}; }
+Item aPackage(std::string id) { return {RemovingItems::Kind::package, std::move(id)}; }
+Item aRule(std::string id) { return {RemovingItems::Kind::rule, std::move(id)}; }
 
 Packages without(std::vector<Item> items, Packages packages) {
   EditablePackages list(std::move(packages));
@@ -27,25 +27,26 @@ Packages without(std::vector<Item> items, Packages packages) {
 TEST(ItemRemovalTest, TakesTheFirstWithTheId) {
   const Packages packages{packageOf("A", {blockRule("1"), blockRule("2")}),
                           packageOf("B", {blockRule("1")}), packageOf("A")};
-  EXPECT_EQ(without({package("A")}, packages), (Packages{packages[1], packages[2]}));
-  EXPECT_EQ(without({package("1")}, packages), packages);
-  EXPECT_EQ(without({rule("1")}, packages),
+  EXPECT_EQ(without({aPackage("A")}, packages), (Packages{packages[1], packages[2]}));
+  EXPECT_EQ(without({aPackage("1")}, packages), packages);
+  EXPECT_EQ(without({aRule("1")}, packages),
             (Packages{packageOf("A", {blockRule("2")}), packages[1], packages[2]}));
-  EXPECT_EQ(without({rule("B")}, packages), packages);
+  EXPECT_EQ(without({aRule("B")}, packages), packages);
 }
 
 TEST(ItemRemovalTest, TakesTheNextOneWithAnIdThatIsNamedAgain) {
   const Packages packages{packageOf("A", {blockRule("1"), blockRule("2"), blockRule("1", "y")}),
                           packageOf("B", {blockRule("1")}), packageOf("A", {blockRule("3")})};
-  EXPECT_EQ(without({rule("1"), rule("1")}, packages),
+  EXPECT_EQ(without({aRule("1"), aRule("1")}, packages),
             (Packages{packageOf("A", {blockRule("2")}), packages[1], packages[2]}));
-  EXPECT_EQ(without({package("A"), package("A"), package("A")}, packages), Packages{packages[1]});
+  EXPECT_EQ(without({aPackage("A"), aPackage("A"), aPackage("A")}, packages),
+            Packages{packages[1]});
 }
 
 TEST(ItemRemovalTest, TakesNoRuleFromAPackageThatIsGone) {
   const Packages packages{packageOf("A", {blockRule("1")}), packageOf("B", {blockRule("1")})};
-  EXPECT_EQ(without({package("A"), rule("1")}, packages), Packages{packageOf("B")});
-  EXPECT_EQ(without({rule("1"), package("A")}, packages), Packages{packages[1]});
+  EXPECT_EQ(without({aPackage("A"), aRule("1")}, packages), Packages{packageOf("B")});
+  EXPECT_EQ(without({aRule("1"), aPackage("A")}, packages), Packages{packages[1]});
 }
 
 TEST(ItemRemovalTest, AnItemIsACustomPackageOrElseAConfigurableRuleOrElseACustomOne) {
@@ -54,27 +55,27 @@ TEST(ItemRemovalTest, AnItemIsACustomPackageOrElseAConfigurableRuleOrElseACustom
   const auto removals = [&](const std::vector<std::string>& identifiers) {
     return itemRemovals(identifiers, configurable, custom);
   };
-  EXPECT_THAT(removals({"A"}).custom.items, ElementsAre(package("A")));
+  EXPECT_THAT(removals({"A"}).custom.items, ElementsAre(aPackage("A")));
   EXPECT_THAT(removals({"A"}).configurable.items, IsEmpty());
-  EXPECT_THAT(removals({"1"}).configurable.items, ElementsAre(rule("1")));
+  EXPECT_THAT(removals({"1"}).configurable.items, ElementsAre(aRule("1")));
   EXPECT_THAT(removals({"1"}).custom.items, IsEmpty());
-  EXPECT_THAT(removals({"2"}).custom.items, ElementsAre(rule("2")));
+  EXPECT_THAT(removals({"2"}).custom.items, ElementsAre(aRule("2")));
   EXPECT_THAT(removals({"2"}).configurable.items, IsEmpty());
 }
 
 TEST(ItemRemovalTest, AnItemThatIsNowhereIsRemovedFromBothListsInCaseItIsThereByThen) {
   const auto removals =
       itemRemovals(std::vector<std::string>{"whitelist"}, {packageOf("whitelist")}, {});
-  EXPECT_THAT(removals.configurable.items, ElementsAre(rule("whitelist")));
-  EXPECT_THAT(removals.custom.items, ElementsAre(rule("whitelist"), package("whitelist")));
+  EXPECT_THAT(removals.configurable.items, ElementsAre(aRule("whitelist")));
+  EXPECT_THAT(removals.custom.items, ElementsAre(aRule("whitelist"), aPackage("whitelist")));
 }
 
 TEST(ItemRemovalTest, AnItemIsLookedForAfterThoseBeforeItAreGone) {
   const Packages configurable{packageOf("whitelist", {blockRule("A")})};
   const Packages custom{packageOf("A", {blockRule("1")})};
   const auto removals = itemRemovals(std::vector<std::string>{"A", "1", "A"}, configurable, custom);
-  EXPECT_THAT(removals.custom.items, ElementsAre(package("A"), rule("1"), package("1")));
-  EXPECT_THAT(removals.configurable.items, ElementsAre(rule("1"), rule("A")));
+  EXPECT_THAT(removals.custom.items, ElementsAre(aPackage("A"), aRule("1"), aPackage("1")));
+  EXPECT_THAT(removals.configurable.items, ElementsAre(aRule("1"), aRule("A")));
 }
 
 // Many items against one after the other, as it is defined.
@@ -113,7 +114,7 @@ rc::Gen<Packages> fewPackages() {
 RC_GTEST_PROP(ItemRemovalProperties, RemovingManyIsRemovingEachInTurn, ()) {
   auto expected = *fewPackages();
   const auto items = *rc::gen::container<std::vector<Item>>(rc::gen::apply(
-      [](bool isPackage, const std::string& id) { return isPackage ? package(id) : rule(id); },
+      [](bool isPackage, const std::string& id) { return isPackage ? aPackage(id) : aRule(id); },
       rc::gen::arbitrary<bool>(), fewIDs()));
   const auto removed = without(items, expected);
   for (const auto& item : items) removePlainly(item, expected);
