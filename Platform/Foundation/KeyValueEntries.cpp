@@ -1,7 +1,6 @@
 #include "Platform/Foundation/KeyValueEntries.h"
 
-#include <algorithm>
-#include <ranges>
+#include <cstddef>
 #include <utility>
 #include <vector>
 
@@ -32,11 +31,18 @@ class EntriesInMemory final : public KeyValueEntries {
 }  // namespace
 
 std::optional<PropertyListValue> KeyValueEntries::value(std::string_view name) const {
-  const auto indices = std::views::iota(std::size_t{0}, count());
-  const auto nameAt = [this](std::size_t index) { return this->name(index); };
-  const auto found = std::ranges::lower_bound(indices, name, {}, nameAt);
-  if (found == indices.end() || nameAt(*found) != name) return std::nullopt;
-  return value(*found);
+  std::size_t begin = 0;
+  std::size_t end = count();
+  while (begin < end) {
+    const auto middle = begin + (end - begin) / 2;
+    if (this->name(middle) < name) {
+      begin = middle + 1;
+    } else {
+      end = middle;
+    }
+  }
+  if (begin == count() || this->name(begin) != name) return std::nullopt;
+  return value(begin);
 }
 
 std::shared_ptr<const KeyValueEntries> entriesOf(PropertyListValue::Dictionary dictionary) {
