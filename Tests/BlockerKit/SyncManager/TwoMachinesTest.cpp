@@ -71,7 +71,7 @@ TEST_F(TwoMachines, EndWithTheWholeRuleOfTheLaterOneThoughTheyHaveChangedDiffere
 }
 
 TEST_F(TwoMachines, RestoredFromABackupFindTheirRulesInTheCloudOneARequest) {
-  constexpr std::size_t count = 20;
+  constexpr std::size_t count = 100;
   for (std::size_t number = 0; number < count; ++number) {
     ASSERT_TRUE(first.add(blockRule(std::to_string(number))));
   }
