@@ -1,4 +1,5 @@
 #include <condition_variable>
+#include <cstdint>
 #include <cstdlib>
 #include <memory>
 #include <mutex>
@@ -8,11 +9,13 @@
 
 #include <fcntl.h>
 
+#include "Apps/Companion/SyncStatus.h"
 #include "Benchmarks/BenchmarkBrowser.h"
 #include "Benchmarks/Benchmarks.h"
 #include "Benchmarks/Check.h"
 #include "Benchmarks/RuleRecords.h"
 #include "BlockerKit/Support/Stopwatch.h"
+#include "BlockerKit/SyncManager/FetchedPages.h"
 #include "Linux/LinuxPlatform.h"
 #include "Linux/Posix/CloudAccount.h"
 #include "Linux/Posix/FileDescriptor.h"
@@ -120,18 +123,34 @@ class RunningBrowser {
     browser_.openPopover([this] { loop_.runUntilIdle(); });
   }
 
-  void click() { browser_.process.viewController().whitelist(); }
+  void click() {
+    fetchesBefore_ = syncStatus(defaults()).fetches;
+    browser_.process.viewController().whitelist();
+  }
+  /// Until the companion of this machine has fetched what the click has sent, and saved it: it
+  /// would bring the rule back if the next click had removed it before.
+  void rest() {
+    waitUntil([this] {
+      const auto pages = defaults().object(FetchedPages::key);
+      const auto* waiting = pages ? pages->as<PropertyListValue::Dictionary>() : nullptr;
+      const bool isApplied = waiting == nullptr || waiting->empty();
+      return syncStatus(defaults()).fetches > fetchesBefore_ && isApplied;
+    });
+  }
   template <typename Condition>
   void waitUntil(Condition condition) {
     loop_.lookUntil(condition);
   }
 
  private:
+  NSUserDefaults& defaults() { return browser_.process.process().defaults(); }
+
   FileDescriptor log_;
   DescriptorOutput systemLog_{log_.get()};
   test::MainLoop loop_;
   LinuxPlatform machine_{PersistentStore::applicationGroup, log_.get(), systemLog_};
   BenchmarkBrowser browser_{machine_.platform()};
+  std::int64_t fetchesBefore_ = 0;
 };
 
 /// The click puts the site on the whitelist or takes it off again.
@@ -155,6 +174,7 @@ void clickToOtherMachine(benchmark::State& state) {
     toList.stop();
     browser.waitUntil([&] { return other.home().browserHasTheList(); });
     toBrowser.stop();
+    browser.rest();
   };
   // The first ones find both machines making friends with the cloud.
   for (int i = 0; i < 2; ++i) clickAndWait();
